@@ -1,0 +1,45 @@
+# Thin wrapper over CMake presets. `make run` and `make test` are the two
+# commands a fresh machine needs; both install what is missing first.
+FUZZ_SECONDS ?= 60
+JOBS ?= $(shell nproc)
+
+.PHONY: all deps build run test test-asan build-asan fuzz bench format clean
+
+all: build
+
+deps:
+	@bash scripts/deps.sh
+
+build: deps
+	@cmake --preset default >/dev/null
+	@cmake --build --preset default -j $(JOBS)
+
+run: build
+	@./build/default/canal demo
+
+test: build
+	@ctest --preset default
+
+build-asan: deps
+	@cmake --preset asan >/dev/null
+	@cmake --build --preset asan -j $(JOBS)
+
+test-asan: build-asan
+	@ctest --preset asan
+
+fuzz: deps
+	@cmake --preset fuzz >/dev/null
+	@cmake --build --preset fuzz -j $(JOBS)
+	@mkdir -p build/fuzz/corpus
+	@cp -n fuzz/corpus/* build/fuzz/corpus/ 2>/dev/null || true
+	@./build/fuzz/fuzz_property_text -max_total_time=$(FUZZ_SECONDS) -max_len=4096 \
+	    -print_final_stats=1 build/fuzz/corpus
+
+bench: build
+	@./build/default/bench/canal_bench
+
+format:
+	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
+
+clean:
+	@rm -rf build

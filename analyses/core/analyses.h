@@ -1,0 +1,114 @@
+// The analysis model's chief header: the common root, the collection scope
+// with its enumerations, and the shared scale and output-class types.
+#pragma once
+
+#include "platform/cstring.h"
+#include "platform/minmax.h"
+#include "platform/property.h"
+#include "platform/treelog.h"
+
+class CWnd;     // settings user interface: not part of this library
+class Instance; // component instance a clone may be bound to; unused here
+class CASimulationEngine;
+
+struct COkCancelSimulate {
+    enum EditMode { Ok = 0, Cancel = 1, Simulate = 2 };
+};
+
+/// Common root of an analysis, an analysis proxy and the collection, so the
+/// three can travel through one pointer type.
+class COrvo {
+public:
+    enum Type : int { Analysis = 0, Proxy = 1, Collection = 2 };
+
+    COrvo() = default;
+    explicit COrvo(Type t) : type_(t) {}
+    COrvo(const COrvo&) = default;
+    COrvo& operator=(const COrvo&) = default;
+    virtual ~COrvo() = default;
+
+    Type GetOrvoType() const { return type_; }
+
+private:
+    Type type_ = Analysis;
+};
+
+/// Axis scale of a plot axis; 4 means "not set".
+enum ScaleType : int { ST_LIN = 0, ST_LOG = 1, ST_DEC = 2, ST_OCT = 3, ST_NONE = 4 };
+
+/// Which list of simulator output variables an analysis offers; also the index
+/// of the engine's node lists.
+enum OutputVariableClass : int {
+    OVC_NONE = 0,
+    OVC_CKTnames = 1,
+    OVC_DCnames = 2,
+    OVC_SENS_CKTnames_op = 3,
+    OVC_SENS_CKTnames_ac = 4,
+    OVC_NOISE_CKTnames_dens = 5,
+    OVC_NOISE_CKTnames_int = 6,
+    OVC_ALL = 7,
+};
+
+/// The set of all analyses of one circuit, and the scope of every analysis
+/// class (Analyses::Ac, Analyses::Tran, ...).
+class Analyses : public COrvo {
+public:
+    /// Scoped, because the analysis classes carry the same words (Analyses::Op is
+    /// the class, Analyses::AnalysisType::Op its kind).
+    enum class AnalysisType : int {
+        Op = 0, Ac = 1, Tran = 2, Four = 3, Noise = 4, Disto = 5, DcSweep = 6, Psweep = 7,
+        Tsweep = 8, Pz = 9, Tf = 10, Sens = 11, Worst = 12, Monte = 13, User = 14,
+        Options = 15, Run = 16, TraceWidth = 17, NoiseFigure = 18,
+    };
+    static constexpr int AnalysisTypeCount = 19;
+
+    /// Bit set of node kinds used to filter output variables and node choosers.
+    enum NodeFilter : int {
+        NF_NONE = 0,
+        NF_VOLTAGES = 1,
+        NF_CURRENTS = 2,
+        NF_SOURCES = 4,
+        NF_DEVICES = 8,
+        NF_PARAMETERS = 16,
+        NF_ALL = 31,
+    };
+
+    class Analysis;
+    class AnalysisNodes;
+    class AnalysisProxy;
+    class Op;
+    class Ac;
+    class Tran;
+    class Four;
+    class Noise;
+    class Disto;
+    class DcSweep;
+    class Psweep;
+    class Tsweep;
+    class Pz;
+    class Tf;
+    class Sens;
+    class Worst;
+    class Monte;
+    class User;
+    class Run;
+    class TraceWidth;
+    class NoiseFigure;
+
+    static Analyses* Conv(COrvo* p) {
+        return p && p->GetOrvoType() == COrvo::Collection ? static_cast<Analyses*>(p) : nullptr;
+    }
+
+    /// The analysis of one kind held by this collection; null for Options (15),
+    /// for values outside 0..18 and for kinds not registered.
+    Analysis* GetAnalysis(AnalysisType type);
+    const Analysis* GetAnalysis(AnalysisType type) const;
+
+protected:
+    Analyses() : COrvo(COrvo::Collection) {}
+    /// Makes `a` the collection's analysis of `type` (not owned here).
+    void RegisterAnalysis(AnalysisType type, Analysis* a);
+
+private:
+    Analysis* byType_[AnalysisTypeCount] = {};
+};

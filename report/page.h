@@ -1,0 +1,54 @@
+// Result pages: what a run produces for a person to look at. One page per
+// scope of a script; each holds traces over a common x axis, axis settings,
+// optional charts (tables such as Fourier results) and a text log.
+#pragma once
+
+#include "platform/chartlog.h"
+#include "platform/cstring.h"
+
+#include <string>
+#include <vector>
+
+namespace report {
+
+/// One named series of y values over the page's x values. Complex traces carry
+/// an imaginary part of the same length; real traces leave it empty.
+struct Trace {
+    std::string name;
+    std::vector<double> re;
+    std::vector<double> im;
+    bool plotted = true; ///< shown on the graph (the "iplot" set); saved traces may be CSV-only
+    bool IsComplex() const { return !im.empty(); }
+};
+
+struct Axis {
+    std::string label; ///< e.g. "frequency (Hz)", "time (s)"
+    std::string scale = "lin"; ///< "lin" or "log" (the page's "-param" scales; dec/oct plot as log)
+    bool hasRange = false;
+    double min = 0.0;
+    double max = 0.0;
+};
+
+/// A table of rows, e.g. Fourier components per harmonic.
+struct Chart {
+    std::string title;
+    std::vector<std::string> columns;
+    std::vector<std::vector<std::string>> rows;
+};
+
+struct Page {
+    std::string title;     ///< from "begin-scope page TITLE"
+    std::string plotName;  ///< the simulator's plot name ("ac1", "tran2", ...)
+    std::string plotType;  ///< the simulator's plot title ("AC Analysis", ...)
+    std::string xName;     ///< name of the x vector ("frequency", "time", ...); empty for op-like pages
+    std::vector<double> x;
+    Axis xAxis;
+    Axis yAxis;
+    std::vector<Trace> traces;
+    std::vector<Chart> charts;
+    std::vector<std::string> log; ///< ngspice output, show/showmod text, messages
+    bool failed = false;
+    std::string error; ///< the simulator's own message when a statement failed
+};
+
+} // namespace report
