@@ -1,0 +1,51 @@
+// Runs a framed Nutmeg script on ngspice, statement by statement, and turns
+// its scopes into result pages.
+#pragma once
+
+#include "report/page.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace host {
+
+class NgSpiceSession;
+
+/// What a script run produced. Pages already filled are kept when a later
+/// statement fails.
+struct RunResult {
+    bool ok = true;
+    std::string error;              ///< first failure, with ngspice's own message
+    std::vector<report::Page> pages;
+    std::vector<std::string> log;   ///< everything ngspice printed, in order
+    std::vector<std::string> notes; ///< things the host did differently (skipped options, ...)
+};
+
+struct RunOptions {
+    /// Called with short progress texts ("Simulating...: ac 1.2 kHz"), throttled
+    /// to one call per 33 ms; may be empty.
+    std::function<void(const std::string&)> status;
+    /// Polled between statements and data rows; returning true stops the run.
+    std::function<bool()> stopRequested;
+};
+
+/// Borrows the process's ngspice session; the session must outlive the runner.
+class ScriptRunner {
+public:
+    explicit ScriptRunner(NgSpiceSession& session);
+
+    /// Loads a netlist file into ngspice; false with a message when ngspice
+    /// rejects it.
+    bool LoadCircuitFile(const std::string& path, std::string& error);
+    /// Loads a netlist given as lines (the title line first, ".end" last).
+    bool LoadCircuitLines(const std::vector<std::string>& lines, std::string& error);
+
+    /// Executes the script; see the dialect table in the design notes.
+    RunResult Run(const std::string& script, const RunOptions& options = {});
+
+private:
+    NgSpiceSession& session_;
+};
+
+} // namespace host
