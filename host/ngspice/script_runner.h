@@ -11,12 +11,13 @@
 namespace host {
 
 class NgSpiceSession;
+class PlotListener;
 
 /// What a script run produced. Pages already filled are kept when a later
 /// statement fails.
 struct RunResult {
     bool ok = true;
-    std::string error;              ///< first failure, with ngspice's own message
+    std::string error; ///< first failure, with ngspice's own message
     std::vector<report::Page> pages;
     std::vector<std::string> log;   ///< everything ngspice printed, in order
     std::vector<std::string> notes; ///< things the host did differently (skipped options, ...)
@@ -28,6 +29,8 @@ struct RunOptions {
     std::function<void(const std::string&)> status;
     /// Polled between statements and data rows; returning true stops the run.
     std::function<bool()> stopRequested;
+    /// Receives the plot data of every analysis the script runs (borrowed; may be null).
+    PlotListener* listener = nullptr;
 };
 
 /// Borrows the process's ngspice session; the session must outlive the runner.

@@ -1,0 +1,799 @@
+// Executes the host dialect on ngspice: scopes become pages, analyses fill them.
+#include "host/ngspice/script_runner.h"
+
+#include "host/ngspice/session.h"
+#include "platform/helpers.h"
+#include "platform/resources.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <chrono>
+#include <set>
+#include <sstream>
+#include <string_view>
+
+namespace host {
+namespace {
+
+std::string Lower(std::string_view s) {
+    std::string r(s);
+    for (char& c : r)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return r;
+}
+
+std::string Trim(std::string_view s) {
+    const auto b = s.find_first_not_of(" \t\r\n");
+    if (b == std::string_view::npos)
+        return {};
+    const auto e = s.find_last_not_of(" \t\r\n");
+    return std::string(s.substr(b, e - b + 1));
+}
+
+std::vector<std::string> Tokens(std::string_view s) {
+    std::vector<std::string> out;
+    std::istringstream in{std::string(s)};
+    for (std::string t; in >> t;)
+        out.push_back(std::move(t));
+    return out;
+}
+
+bool ParseDouble(std::string_view s, double& v) {
+    const char* b = s.data();
+    const char* e = s.data() + s.size();
+    if (b != e && *b == '+')
+        ++b;
+    const auto r = std::from_chars(b, e, v);
+    return r.ec == std::errc() && r.ptr == e;
+}
+
+std::string FormatNumber(double v) {
+    return CString::Formatted("%lg", v).str();
+}
+
+// The simulator options of the dialect that this ngspice build knows (its option table, with
+// the XSPICE additions, checked against ngspice 39). A dialect option missing here is reported
+// once and skipped, because ngspice silently stores unknown option names as variables.
+constexpr std::array<std::string_view, 38> kNgspiceOptions = {
+    "acct",        "gmin",       "reltol",       "abstol",    "vntol",       "trtol",
+    "chgtol",      "pivtol",     "pivrel",       "tnom",      "itl1",        "itl2",
+    "itl4",        "defl",       "defw",         "defad",     "defas",       "bypass",
+    "maxord",      "temp",       "oldlimit",     "itl6",      "gminsteps",   "minbreak",
+    "noopiter",    "method",     "trytocompact", "badmos3",   "keepopinfo",  "noopalter",
+    "ramptime",    "maxevtiter", "maxopalter",   "convlimit", "convabsstep", "convstep",
+    "autopartial", "rshunt"};
+
+// The option names the analysis model writes as "set NAME ...". Kept apart from the table above
+// so that a simulator without some of them still recognises the statement as an option.
+constexpr std::array<std::string_view, 38> kDialectOptions = kNgspiceOptions;
+
+bool IsIn(std::string_view name, const auto& table) {
+    return std::find(table.begin(), table.end(), name) != table.end();
+}
+
+constexpr std::array<std::string_view, 9> kAnalyses = {"op",    "ac",   "dc", "tran", "noise",
+                                                       "disto", "sens", "pz", "tf"};
+
+// "$0" is the dialect's ground node; ngspice calls it 0.
+std::string GroundToZero(std::string_view s) {
+    std::string r;
+    r.reserve(s.size());
+    for (std::size_t i = 0; i < s.size(); ++i) {
+        const bool startOk = i == 0 || !std::isalnum(static_cast<unsigned char>(s[i - 1]));
+        const bool endOk = i + 2 >= s.size() || !std::isalnum(static_cast<unsigned char>(s[i + 2]));
+        if (s[i] == '$' && i + 1 < s.size() && s[i + 1] == '0' && startOk && endOk) {
+            r += '0';
+            ++i;
+        } else {
+            r += s[i];
+        }
+    }
+    return r;
+}
+
+// A name as ngspice stores its vector: "v(out)" and "V(out)" are "out", "i(v1)" is "v1#branch".
+std::string VectorKey(std::string_view name) {
+    std::string n = Lower(Trim(name));
+    if (n.size() > 3 && n.back() == ')' && (n.rfind("v(", 0) == 0 || n.rfind("i(", 0) == 0)) {
+        const std::string inner = n.substr(2, n.size() - 3);
+        if (inner.find(',') == std::string::npos)
+            return n[0] == 'v' ? inner : inner + "#branch";
+    }
+    return n;
+}
+
+// The name a page shows for a vector of a node plot: node voltages and branch currents in the
+// form a user writes them.
+std::string DisplayName(const std::string& vec, int type) {
+    const auto hash = vec.find("#branch");
+    if (hash != std::string::npos && hash + 7 == vec.size())
+        return "i(" + vec.substr(0, hash) + ")";
+    if (type == 3 && vec.find_first_of("(@:#") == std::string::npos)
+        return "v(" + vec + ")";
+    return vec;
+}
+
+bool IsNodePlot(const std::string& plot) {
+    auto digitsAfter = [&](std::size_t n) {
+        return plot.size() > n &&
+               std::all_of(plot.begin() + static_cast<std::ptrdiff_t>(n), plot.end(),
+                           [](char c) { return std::isdigit(static_cast<unsigned char>(c)); });
+    };
+    return (plot.rfind("op", 0) == 0 && digitsAfter(2)) ||
+           (plot.rfind("ac", 0) == 0 && digitsAfter(2)) ||
+           (plot.rfind("dc", 0) == 0 && digitsAfter(2)) ||
+           (plot.rfind("tran", 0) == 0 && digitsAfter(4));
+}
+
+class Execution : public PlotListener {
+public:
+    Execution(NgSpiceSession& s, const RunOptions& o, RunResult& r)
+        : session_(s), options_(o), result_(r) {}
+
+    void Run(const std::string& script);
+
+    // PlotListener: forward to the caller's listener, keep the status line moving.
+    void OnBeginPlot(const PlotInfo& plot) override {
+        if (options_.listener)
+            options_.listener->OnBeginPlot(plot);
+    }
+    void OnData(const DataRow& row) override {
+        if (options_.listener)
+            options_.listener->OnData(row);
+    }
+    void OnEndPlot() override {
+        if (options_.listener)
+            options_.listener->OnEndPlot();
+    }
+    bool OnStopPoll() override {
+        Status(statusText_);
+        bool stop = options_.listener && options_.listener->OnStopPoll();
+        if (options_.stopRequested && options_.stopRequested())
+            stop = true;
+        return stop;
+    }
+
+private:
+    void Statement(const std::string& stmt);
+    bool Fail(const std::string& message);
+    report::Page& Page();
+    void CloseScope();
+    void Note(const std::string& text);
+    void Status(const std::string& text);
+
+    bool Send(const std::string& command, bool intoPage = true);
+    void Analysis(const std::string& word, const std::vector<std::string>& tokens);
+    void FillPages(const std::vector<std::string>& plots, bool checkSaves);
+    void Set(const std::string& stmt, const std::vector<std::string>& tokens);
+    void Param(const std::vector<std::string>& tokens);
+    void Fourier(const std::vector<std::string>& tokens);
+    void Show(const std::string& word, const std::vector<std::string>& tokens);
+    void SetTemperature(const char* option, const std::string& kelvin);
+    void RestoreTemperature();
+
+    NgSpiceSession& session_;
+    const RunOptions& options_;
+    RunResult& result_;
+
+    bool inScope_ = false;
+    bool scopeAborted_ = false;
+    bool pageOpen_ = false;
+    std::size_t page_ = 0;
+    bool lastFailed_ = false;
+    bool stopped_ = false;
+    bool savedThisScope_ = false;
+    std::vector<std::string> saves_;
+    std::vector<std::string> iplot_;
+    report::Axis pendingX_, pendingY_;
+    std::set<std::string> noted_;
+    bool tempChanged_ = false;
+    std::string statusText_;
+    std::chrono::steady_clock::time_point lastStatus_{};
+};
+
+void Execution::Status(const std::string& text) {
+    if (!options_.status)
+        return;
+    const auto now = std::chrono::steady_clock::now();
+    if (now - lastStatus_ < std::chrono::milliseconds(33))
+        return;
+    lastStatus_ = now;
+    options_.status(text);
+}
+
+void Execution::Note(const std::string& text) {
+    if (noted_.insert(text).second)
+        result_.notes.push_back(text);
+}
+
+report::Page& Execution::Page() {
+    if (!pageOpen_) {
+        report::Page p;
+        p.xAxis = pendingX_;
+        p.yAxis = pendingY_;
+        result_.pages.push_back(std::move(p));
+        page_ = result_.pages.size() - 1;
+        pageOpen_ = true;
+    }
+    return result_.pages[page_];
+}
+
+void Execution::CloseScope() {
+    inScope_ = false;
+    scopeAborted_ = false;
+    pageOpen_ = false;
+    savedThisScope_ = false;
+    saves_.clear();
+    iplot_.clear();
+    pendingX_ = {};
+    pendingY_ = {};
+}
+
+bool Execution::Fail(const std::string& message) {
+    lastFailed_ = true;
+    if (result_.ok) {
+        result_.ok = false;
+        result_.error = message;
+    }
+    report::Page& p = Page();
+    if (!p.failed) {
+        p.failed = true;
+        p.error = message;
+    }
+    p.log.push_back(message);
+    return false;
+}
+
+bool Execution::Send(const std::string& command, bool intoPage) {
+    CommandResult r = session_.Command(command);
+    if (intoPage) {
+        report::Page& p = Page();
+        p.log.insert(p.log.end(), r.out.begin(), r.out.end());
+        p.log.insert(p.log.end(), r.err.begin(), r.err.end());
+    }
+    result_.log.insert(result_.log.end(), r.out.begin(), r.out.end());
+    result_.log.insert(result_.log.end(), r.err.begin(), r.err.end());
+    if (!r.ok)
+        return Fail(r.error);
+    if (!r.plots.empty())
+        FillPages(r.plots, false);
+    return true;
+}
+
+void Execution::Run(const std::string& script) {
+    CStringArray statements;
+    DivideStringIntoStatements(CString(script), statements);
+    session_.SetListener(this);
+    for (const CString& raw : statements) {
+        const std::string stmt = Trim(raw.view());
+        if (stmt.empty())
+            continue;
+        if (stopped_ || (options_.stopRequested && options_.stopRequested()) ||
+            session_.TakeStopRequest()) {
+            if (!stopped_)
+                Note(GetResourceText(IDS_HOST_STOPPED));
+            stopped_ = true;
+            break;
+        }
+        Statement(stmt);
+        if (stopped_)
+            break;
+    }
+    RestoreTemperature();
+    session_.SetListener(nullptr);
+}
+
+void Execution::Statement(const std::string& stmt) {
+    const std::vector<std::string> tokens = Tokens(stmt);
+    const std::string word = Lower(tokens.front());
+
+    if (word == "end-scope") {
+        CloseScope();
+        return;
+    }
+    if (scopeAborted_)
+        return; // the rest of a scope whose circuit check failed
+    const bool wasFailed = lastFailed_;
+    lastFailed_ = false;
+
+    if (word == "begin-scope") {
+        CloseScope();
+        inScope_ = true;
+        std::string title = Trim(std::string_view(stmt).substr(tokens.front().size()));
+        if (Lower(title.substr(0, 4)) == "page")
+            title = Trim(std::string_view(title).substr(4));
+        Page().title = title;
+        return;
+    }
+    if (word == "if-error") {
+        if (wasFailed) {
+            Page().log.push_back(GetResourceText(IDS_HOST_SCOPE_CLOSED));
+            CloseScope();
+            stopped_ = true;
+        }
+        return;
+    }
+    if (word == "checknodes") {
+        if (!session_.HasCircuit()) {
+            Fail(GetResourceText(IDS_HOST_CHECK_FAILED));
+            scopeAborted_ = inScope_;
+        }
+        return;
+    }
+    if (word == "save") {
+        std::vector<std::string> names(tokens.begin() + 1, tokens.end());
+        if (names.empty())
+            return;
+        // ngspice's save list outlives the command; each scope starts from its own.
+        if (!savedThisScope_) {
+            (void)Send("delete all", false);
+            saves_.clear();
+            savedThisScope_ = true;
+        }
+        saves_.insert(saves_.end(), names.begin(), names.end());
+        Send(GroundToZero(stmt));
+        return;
+    }
+    if (word == "iplot") {
+        iplot_.assign(tokens.begin() + 1, tokens.end());
+        return;
+    }
+    if (word == "-param") {
+        Param(tokens);
+        return;
+    }
+    if (word == "set") {
+        Set(stmt, tokens);
+        return;
+    }
+    if (IsIn(word, kAnalyses)) {
+        Status(std::string(GetResourceText(IDS_HOST_SIMULATING)) + " " + word);
+        Analysis(word, tokens);
+        return;
+    }
+    if (word == "fourier") {
+        Fourier(tokens);
+        return;
+    }
+    if (word == "show" || word == "showmod") {
+        Show(word, tokens);
+        return;
+    }
+    if (word == "write-and-destroy-iplot") {
+        const std::string file = Trim(std::string_view(stmt).substr(tokens.front().size()));
+        if (session_.CurrentPlot().empty() || session_.CurrentPlot() == "const") {
+            Fail(GetResourceText(IDS_HOST_NO_PLOT));
+            return;
+        }
+        if (Send("write " + file))
+            Send("destroy");
+        return;
+    }
+    if (word == "run") {
+        Status(GetResourceText(IDS_HOST_SIMULATING));
+        Send("run");
+        return;
+    }
+    if (word == "orvo") {
+        const std::string key = tokens.size() > 1 ? tokens[1] : std::string();
+        Fail(std::string(GetResourceText(IDS_HOST_COMPOUND_NOT_AVAILABLE)) + key);
+        return;
+    }
+    // Anything else is the user's own ngspice text.
+    Send(GroundToZero(stmt));
+}
+
+void Execution::Param(const std::vector<std::string>& tokens) {
+    if (tokens.size() < 3)
+        return;
+    const std::string name = Lower(tokens[1]);
+    auto apply = [&](report::Axis& a, report::Axis& pending, bool isScale) {
+        if (isScale) {
+            const std::string v = Lower(tokens[2]);
+            a.scale = pending.scale = (v == "lin") ? "lin" : "log";
+            return;
+        }
+        double lo = 0, hi = 0;
+        if (tokens.size() < 4 || !ParseDouble(tokens[2], lo) || !ParseDouble(tokens[3], hi))
+            return;
+        // A range of zero width ("hrange 0 0") means "fit to the data".
+        a.hasRange = pending.hasRange = lo != hi;
+        a.min = pending.min = lo;
+        a.max = pending.max = hi;
+    };
+    report::Page& p = Page();
+    if (name == "hscale")
+        apply(p.xAxis, pendingX_, true);
+    else if (name == "vscale")
+        apply(p.yAxis, pendingY_, true);
+    else if (name == "hrange")
+        apply(p.xAxis, pendingX_, false);
+    else if (name == "vrange")
+        apply(p.yAxis, pendingY_, false);
+    else {
+        // The second pair of axes and page options have no place on a page yet; keep them
+        // visible in the page's log rather than drop them.
+        std::string line = std::string(GetResourceText(IDS_HOST_UNUSED_ARGUMENT));
+        for (const auto& t : tokens)
+            line += (line.back() == ' ' ? "" : " ") + t;
+        p.log.push_back(line);
+    }
+}
+
+void Execution::SetTemperature(const char* option, const std::string& kelvin) {
+    double k = 0;
+    if (!ParseDouble(kelvin, k)) {
+        Fail(std::string(GetResourceText(IDS_HOST_COMMAND_FAILED)) + "set " + option + " = " +
+             kelvin);
+        return;
+    }
+    if (std::string_view(option) == "temp")
+        tempChanged_ = true;
+    Send(std::string("option ") + option + "=" + FormatNumber(k - 273.15), false);
+}
+
+void Execution::RestoreTemperature() {
+    if (!tempChanged_)
+        return;
+    tempChanged_ = false;
+    // ngspice keeps an "option temp" for every later analysis; 27 °C is its own default and
+    // what a circuit without a temperature card runs at.
+    CommandResult r = session_.Command("option temp=27");
+    (void)r;
+}
+
+void Execution::Set(const std::string& stmt, const std::vector<std::string>& tokens) {
+    // Forms: "set NAME = V", "set NAME=V", "set NAME", "set -temp".
+    std::string rest = Trim(std::string_view(stmt).substr(tokens.front().size()));
+    std::string name = rest, value;
+    const auto eq = rest.find('=');
+    if (eq != std::string::npos) {
+        name = Trim(std::string_view(rest).substr(0, eq));
+        value = Trim(std::string_view(rest).substr(eq + 1));
+    }
+    const std::string key = Lower(name);
+    if (key == "-temp") {
+        RestoreTemperature();
+        return;
+    }
+    if (key == "temp" || key == "tnom") {
+        SetTemperature(key == "temp" ? "temp" : "tnom", value);
+        return;
+    }
+    if (IsIn(key, kDialectOptions)) {
+        if (!IsIn(key, kNgspiceOptions)) {
+            Note(CString::Formatted(GetResourceText(IDS_HOST_OPTION_UNSUPPORTED), key.c_str())
+                     .str());
+            return;
+        }
+        if (value.size() >= 2 && value.front() == '"' && value.back() == '"')
+            value = value.substr(1, value.size() - 2);
+        if (key == "method" && Lower(value) == "trapezoidal")
+            value = "trap";
+        Send(value.empty() && eq == std::string::npos ? "option " + key
+                                                      : "option " + key + "=" + value,
+             false);
+        return;
+    }
+    // nfreqs, polydegree, fourgridsize and the user's own variables are ngspice variables.
+    Send(stmt, false);
+}
+
+void Execution::Analysis(const std::string& word, const std::vector<std::string>& tokens) {
+    std::vector<std::string> args;
+    bool relative = false, autoTmax = false, uic = false;
+    for (std::size_t i = 1; i < tokens.size(); ++i) {
+        const std::string t = Lower(tokens[i]);
+        if (t == "-env-options")
+            continue;
+        if (word == "tran") {
+            if (t == "auto_ic" || t == "auto_tstep")
+                continue; // ngspice computes the operating point and the step itself
+            if (t == "auto_tmax") {
+                autoTmax = true;
+                continue;
+            }
+            if (t == "uic") {
+                uic = true;
+                continue;
+            }
+            if (t == "zero_ic") {
+                // ngspice has no "all nodes at zero" start; uic skips the operating point and
+                // starts every node without an initial condition at 0 V.
+                Note(GetResourceText(IDS_HOST_ZERO_IC));
+                uic = true;
+                continue;
+            }
+        }
+        if (word == "sens" && t == "relative") {
+            relative = true;
+            continue;
+        }
+        args.push_back(GroundToZero(tokens[i]));
+    }
+    if (word == "tran" && autoTmax && args.size() >= 4)
+        args.resize(3); // tstep tstop tstart: ngspice chooses the maximum step
+    std::string command = word;
+    for (const auto& a : args)
+        command += " " + a;
+    if (uic)
+        command += " uic";
+    if (relative) {
+        Note(GetResourceText(IDS_HOST_RELATIVE_SENS));
+        Page().log.push_back(GetResourceText(IDS_HOST_RELATIVE_SENS));
+    }
+    statusText_ = std::string(GetResourceText(IDS_HOST_SIMULATING)) + " " + word;
+
+    CommandResult r = session_.Command(command);
+    report::Page& p = Page();
+    p.log.insert(p.log.end(), r.out.begin(), r.out.end());
+    p.log.insert(p.log.end(), r.err.begin(), r.err.end());
+    result_.log.insert(result_.log.end(), r.out.begin(), r.out.end());
+    result_.log.insert(result_.log.end(), r.err.begin(), r.err.end());
+    if (!r.ok) {
+        Fail(r.error);
+        return;
+    }
+    if (session_.TakeStopRequest()) {
+        Note(GetResourceText(IDS_HOST_STOPPED));
+        stopped_ = true;
+    }
+    FillPages(r.plots, true);
+}
+
+void Execution::FillPages(const std::vector<std::string>& plots, bool checkSaves) {
+    bool first = true;
+    for (const std::string& plot : plots) {
+        std::string scale;
+        const std::vector<std::string> names = session_.PlotVectors(plot, &scale);
+        const std::string type = session_.PlotType(plot);
+
+        if (!first) {
+            // Further plots of one command (noise's integrated totals) are tables of values.
+            report::Chart chart;
+            chart.title = type;
+            chart.columns = {GetResourceText(IDS_HOST_COL_NAME),
+                             GetResourceText(IDS_HOST_COL_VALUE)};
+            VectorData v;
+            for (const auto& n : names) {
+                if (!session_.ReadVector(plot + "." + n, v) || v.re.empty())
+                    continue;
+                chart.rows.push_back({n, FormatNumber(v.re.front())});
+            }
+            Page().charts.push_back(std::move(chart));
+            continue;
+        }
+        first = false;
+
+        // One page holds one analysis; a second analysis in the same scope opens a sibling page.
+        if (pageOpen_ && !result_.pages[page_].plotName.empty()) {
+            const std::string title = result_.pages[page_].title;
+            pageOpen_ = false;
+            Page().title = title;
+        }
+        report::Page& p = Page();
+        p.plotName = plot;
+        p.plotType = type;
+        const bool nodePlot = IsNodePlot(plot);
+
+        VectorData sv;
+        bool hasX = false;
+        if (!scale.empty() && session_.ReadVector(plot + "." + scale, sv)) {
+            // ngspice names some vector the scale even of single-point plots (op, tf, pz).
+            hasX = sv.type == 1 || sv.type == 2 || scale.find("sweep") != std::string::npos ||
+                   plot.rfind("dc", 0) == 0;
+        }
+        if (hasX) {
+            p.xName = scale;
+            p.x = std::move(sv.re);
+            p.xAxis.label = scale;
+            if (sv.type == 1)
+                p.xAxis.label += " (s)";
+            else if (sv.type == 2)
+                p.xAxis.label += " (Hz)";
+        }
+
+        std::set<std::string> plotted;
+        bool plotAll = iplot_.empty();
+        for (const auto& n : iplot_) {
+            if (Lower(n) == "all")
+                plotAll = true;
+            plotted.insert(VectorKey(n));
+        }
+        std::set<std::string> present;
+        p.traces.reserve(names.size());
+        VectorData v;
+        for (const auto& n : names) {
+            if (hasX && n == scale)
+                continue;
+            if (!session_.ReadVector(plot + "." + n, v))
+                continue;
+            present.insert(Lower(n));
+            report::Trace t;
+            t.name = nodePlot ? DisplayName(n, v.type) : n;
+            t.re = std::move(v.re);
+            t.im = std::move(v.im);
+            t.plotted = plotAll || plotted.count(Lower(n)) != 0;
+            p.traces.push_back(std::move(t));
+        }
+        // ngspice drops saved names it does not know without a word; an unknown node would
+        // otherwise just be missing from the page.
+        if (checkSaves && nodePlot) {
+            for (const auto& s : saves_) {
+                const std::string k = VectorKey(GroundToZero(s));
+                if (k == "all" || k.find('@') != std::string::npos)
+                    continue;
+                if (!present.count(k)) {
+                    Fail(std::string(GetResourceText(IDS_HOST_VECTOR_NOT_FOUND)) + s);
+                    break;
+                }
+            }
+        }
+    }
+}
+
+void Execution::Fourier(const std::vector<std::string>& tokens) {
+    std::set<std::string> flags;
+    std::vector<std::string> args;
+    for (std::size_t i = 1; i < tokens.size(); ++i) {
+        if (tokens[i].front() == '/')
+            flags.insert(Lower(tokens[i]));
+        else
+            args.push_back(GroundToZero(tokens[i]));
+    }
+    std::string command = "fourier";
+    for (const auto& a : args)
+        command += " " + a;
+    CommandResult r = session_.Command(command);
+    result_.log.insert(result_.log.end(), r.out.begin(), r.out.end());
+    result_.log.insert(result_.log.end(), r.err.begin(), r.err.end());
+    report::Page& p = Page();
+    p.log.insert(p.log.end(), r.out.begin(), r.out.end());
+    p.log.insert(p.log.end(), r.err.begin(), r.err.end());
+    if (!r.ok) {
+        Fail(r.error);
+        return;
+    }
+
+    // ngspice prints, per vector: "Fourier analysis for NAME:", a summary line with the THD,
+    // two header lines and one row per harmonic: harmonic, frequency, magnitude, phase,
+    // normalised magnitude, normalised phase.
+    struct Series {
+        std::string name, thd;
+        std::vector<std::array<std::string, 6>> rows;
+    };
+    std::vector<Series> series;
+    for (const auto& line : r.out) {
+        const std::string t = Trim(line);
+        if (t.rfind("Fourier analysis for ", 0) == 0) {
+            Series s;
+            s.name = t.substr(21);
+            if (!s.name.empty() && s.name.back() == ':')
+                s.name.pop_back();
+            series.push_back(std::move(s));
+            continue;
+        }
+        if (series.empty())
+            continue;
+        const auto thd = t.find("THD:");
+        if (thd != std::string::npos) {
+            const auto end = t.find('%', thd);
+            series.back().thd = Trim(std::string_view(t).substr(thd + 4, end - thd - 4));
+            continue;
+        }
+        const std::vector<std::string> cells = Tokens(t);
+        double d = 0;
+        if (cells.size() == 6 && ParseDouble(cells[0], d))
+            series.back().rows.push_back(
+                {cells[0], cells[1], cells[2], cells[4], cells[3], cells[5]});
+    }
+
+    const bool chart = !flags.count("/nochart");
+    const bool graph = flags.count("/plot") != 0;
+    if (chart) {
+        for (const auto& s : series) {
+            report::Chart c;
+            c.title = std::string(GetResourceText(IDS_HOST_FOURIER_CHART)) + s.name;
+            c.columns = {GetResourceText(IDS_HOST_COL_HARMONIC),
+                         GetResourceText(IDS_HOST_COL_FREQUENCY),
+                         GetResourceText(IDS_HOST_COL_MAGNITUDE),
+                         GetResourceText(IDS_HOST_COL_NORM_MAGNITUDE),
+                         GetResourceText(IDS_HOST_COL_PHASE),
+                         GetResourceText(IDS_HOST_COL_NORM_PHASE)};
+            for (const auto& row : s.rows)
+                c.rows.emplace_back(row.begin(), row.end());
+            if (!s.thd.empty())
+                c.rows.push_back({GetResourceText(IDS_HOST_FOURIER_THD), s.thd, "", "", "", ""});
+            p.charts.push_back(std::move(c));
+        }
+    }
+    if (graph && !series.empty()) {
+        // The spectrum gets its own page beside the transient it was computed from.
+        const std::string title = p.title;
+        pageOpen_ = false;
+        report::Page& fp = Page();
+        fp.title = title;
+        fp.plotName = "fourier";
+        fp.plotType = GetResourceText(IDS_HOST_FOURIER_PLOT_TYPE);
+        fp.xName = "frequency";
+        fp.xAxis.label = "frequency (Hz)";
+        fp.xAxis.scale = "lin";
+        const bool norm = flags.count("/norm") != 0;
+        const bool phase = flags.count("/+phase") != 0;
+        if (flags.count("/bar"))
+            fp.log.push_back(GetResourceText(IDS_HOST_BAR_GRAPH));
+        for (const auto& s : series) {
+            report::Trace mag, ph;
+            mag.name = (norm ? "norm mag(" : "mag(") + s.name + ")";
+            ph.name = (norm ? "norm phase(" : "phase(") + s.name + ")";
+            std::vector<double> x;
+            for (const auto& row : s.rows) {
+                double f = 0, m = 0, a = 0;
+                ParseDouble(row[1], f);
+                ParseDouble(norm ? row[3] : row[2], m);
+                ParseDouble(norm ? row[5] : row[4], a);
+                x.push_back(f);
+                mag.re.push_back(m);
+                ph.re.push_back(a);
+            }
+            if (fp.x.empty())
+                fp.x = std::move(x);
+            fp.traces.push_back(std::move(mag));
+            if (phase)
+                fp.traces.push_back(std::move(ph));
+        }
+    }
+}
+
+void Execution::Show(const std::string& word, const std::vector<std::string>& tokens) {
+    const bool all = tokens.size() == 2 && Lower(tokens[1]) == "all";
+    if (word == "show" && all) {
+        // ngspice 39 crashes listing every parameter of independent sources; ask those only for
+        // the values a reader wants, everything else in full.
+        std::string others = "show", sources;
+        for (const auto& d : session_.DeviceNames()) {
+            if (d.front() == 'v' || d.front() == 'i')
+                sources += " " + d;
+            else
+                others += " " + d;
+        }
+        if (others != "show")
+            Send(others);
+        if (!sources.empty())
+            Send("show" + sources + " : dc acmag acphase");
+        return;
+    }
+    std::string command = word;
+    for (std::size_t i = 1; i < tokens.size(); ++i)
+        command += " " + tokens[i];
+    Send(command);
+}
+
+} // namespace
+
+ScriptRunner::ScriptRunner(NgSpiceSession& session) : session_(session) {
+}
+
+bool ScriptRunner::LoadCircuitFile(const std::string& path, std::string& error) {
+    const CommandResult r = session_.LoadCircuitFile(path);
+    if (!r.ok)
+        error = r.error;
+    return r.ok;
+}
+
+bool ScriptRunner::LoadCircuitLines(const std::vector<std::string>& lines, std::string& error) {
+    const CommandResult r = session_.LoadCircuit(lines);
+    if (!r.ok)
+        error = r.error;
+    return r.ok;
+}
+
+RunResult ScriptRunner::Run(const std::string& script, const RunOptions& options) {
+    RunResult result;
+    Execution(session_, options, result).Run(script);
+    return result;
+}
+
+} // namespace host

@@ -1,0 +1,162 @@
+// The process's one libngspice session: initialisation, commands, captured output and plot data.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Contract
+// --------
+// ngspice keeps its circuits, plots and variables in global state, so a process has exactly one
+// session: `NgSpiceSession::Get()` initialises the library on first use and the object lives until
+// the process ends. Nothing here unloads the library.
+//
+// Threads: every call runs synchronously on the caller's thread (the background-thread commands
+// of libngspice are never used) and takes the session's lock, so calls from several threads are
+// serialised. Callbacks (output, plot data, listener calls) arrive on the calling thread, inside
+// the call that caused them.
+//
+// Memory: vectors and names handed out by ngspice stay ngspice's; the session copies what it
+// returns. The listener is borrowed and must outlive its registration.
+//
+// Exits: ngspice may ask to exit after a fatal error (its ControlledExit callback). The session
+// never lets that end the process: it records the request and fails the command that caused it.
+//
+// Locale: every call into the library runs under a C-locale guard, because ngspice parses and
+// prints numbers with the C library's locale-dependent functions.
+
+struct vecvaluesall; // libngspice's callback records, declared in <ngspice/sharedspice.h>
+struct vecinfoall;
+
+namespace host {
+
+/// One vector of a plot as the plot is announced, before data arrives.
+struct PlotVectorInfo {
+    std::string name;
+    bool isReal = true;
+    bool isScale = false; ///< the plot's x vector (frequency, time, sweep)
+};
+
+/// A plot that ngspice has just set up ("ac1", type "AC Analysis").
+struct PlotInfo {
+    std::string name;  ///< ngspice's plot name, e.g. "ac1"
+    std::string type;  ///< ngspice's plot title, e.g. "AC Analysis"
+    std::string title; ///< the circuit's title line
+    std::vector<PlotVectorInfo> vectors;
+};
+
+/// One accepted data point: a value per vector, in the order of `PlotInfo::vectors`.
+struct DataRow {
+    int index = 0; ///< number of the point within the plot, from 0
+    const double* re = nullptr;
+    const double* im = nullptr; ///< zeros for real vectors
+    std::size_t count = 0;
+};
+
+/// Receives the plot data of a running analysis. Calls arrive on the thread that issued the
+/// command, inside `NgSpiceSession::Command`.
+class PlotListener {
+public:
+    virtual ~PlotListener() = default;
+    virtual void OnBeginPlot(const PlotInfo& plot) = 0;
+    virtual void OnData(const DataRow& row) = 0;
+    /// The command that produced the plot has returned.
+    virtual void OnEndPlot() = 0;
+    /// Asked between data rows (throttled). ngspice cannot interrupt a synchronous analysis, so
+    /// answering true ends the run after the current command (see `TakeStopRequest`).
+    virtual bool OnStopPoll() = 0;
+};
+
+/// What one command printed and whether ngspice reported an error.
+struct CommandResult {
+    bool ok = true;
+    std::string error; ///< ngspice's own error text (first error line and its follow-ups)
+    std::vector<std::string> out;   ///< stdout lines, without the "stdout " prefix
+    std::vector<std::string> err;   ///< stderr lines, without the "stderr " prefix
+    std::vector<std::string> plots; ///< plots the command created, in order ("ac1", "noise2", ...)
+    bool exitRequested =
+        false; ///< ngspice asked to exit; the session stays usable as far as it can
+};
+
+/// A vector copied out of ngspice.
+struct VectorData {
+    std::string name;
+    int type = 0; ///< ngspice's vector type (1 time, 2 frequency, 3 voltage, 4 current, ...)
+    bool isComplex = false;
+    std::vector<double> re;
+    std::vector<double> im; ///< empty for real vectors
+};
+
+class NgSpiceSession {
+public:
+    /// The session of this process, initialised on first use.
+    static NgSpiceSession& Get();
+
+    NgSpiceSession(const NgSpiceSession&) = delete;
+    NgSpiceSession& operator=(const NgSpiceSession&) = delete;
+
+    /// Runs one ngspice command synchronously and captures what it printed. The command fails
+    /// when ngspice prints an error on stderr, aborts an analysis or asks to exit.
+    [[nodiscard]] CommandResult Command(std::string_view command);
+
+    /// Loads a circuit given as netlist lines (the title first; ".end" is added when missing).
+    /// A previously loaded circuit is removed first, so one circuit is current at a time.
+    [[nodiscard]] CommandResult LoadCircuit(const std::vector<std::string>& lines);
+    /// Reads a netlist file and loads it like `LoadCircuit`; relative ".include" paths are
+    /// resolved by ngspice against the current directory.
+    [[nodiscard]] CommandResult LoadCircuitFile(const std::string& path);
+    bool HasCircuit() const { return hasCircuit_; }
+
+    /// Name of ngspice's current plot ("ac1"); empty when there is none.
+    std::string CurrentPlot();
+    /// Type (title) of a plot created by a command of this session ("AC Analysis"), or "".
+    std::string PlotType(const std::string& plot) const;
+    /// Vector names of a plot in ngspice's order; the scale vector name is stored in `scale`.
+    std::vector<std::string> PlotVectors(const std::string& plot, std::string* scale = nullptr);
+    /// Copies one vector ("ac1.out" or "out" in the current plot). False when it does not exist.
+    bool ReadVector(const std::string& name, VectorData& out);
+
+    /// The listener receives the plot data of later commands; null stops forwarding.
+    void SetListener(PlotListener* listener) { listener_ = listener; }
+
+    /// True once when a listener asked to stop since the last call.
+    bool TakeStopRequest() {
+        const bool r = stopRequested_;
+        stopRequested_ = false;
+        return r;
+    }
+
+    /// Names of the devices of the current circuit, in netlist order (from ngspice's listing).
+    std::vector<std::string> DeviceNames();
+
+private:
+    NgSpiceSession();
+
+    static int OnSendChar(char* text, int id, void* user);
+    static int OnSendStat(char* text, int id, void* user);
+    static int OnControlledExit(int status, bool unload, bool quit, int id, void* user);
+    static int OnSendData(::vecvaluesall* values, int count, int id, void* user);
+    static int OnSendInitData(::vecinfoall* info, int id, void* user);
+    static int OnBackgroundThread(bool running, int id, void* user);
+
+    void HandleChar(std::string_view line);
+    void HandleInitData(const ::vecinfoall& info);
+    void HandleData(const ::vecvaluesall& values);
+
+    struct KnownPlot {
+        std::string name, type, scale;
+        std::vector<std::string> vectors;
+    };
+
+    CommandResult* current_ = nullptr; ///< result being captured by the running command
+    PlotListener* listener_ = nullptr;
+    bool hasCircuit_ = false;
+    bool exitRequested_ = false;
+    bool stopRequested_ = false;
+    std::vector<KnownPlot> plots_;
+    std::vector<double> rowRe_, rowIm_; ///< reused for every data row
+    unsigned rowsSincePoll_ = 0;
+};
+
+} // namespace host
