@@ -23,7 +23,7 @@ CString Analyses::Tf::toNutmegCommandHelper() const {
     cmd += " -env-options ";
     // A current output without a source to measure it through falls back to the voltage.
     const CString source = ConvertNullToGround(currentSource_);
-    if (useCurrentSource_ && !(source == "$0"))
+    if (useCurrentSource_ && source != "$0")
         cmd += "i(" + source + ") ";
     else
         cmd += "v(" + ConvertNullToGround(outputNode_) + "," + ConvertNullToGround(outputRefNode_) +

@@ -19,7 +19,7 @@ CPropertyList Analyses::User::toPropertyListHelper() const {
 int Analyses::User::fromPropertyListHelper(const CPropertyList& list) {
     int result = 1;
     for (const CPropertyItem& item : list) {
-        if (!(item.GetLabel() == "USER_CMD"))
+        if (item.GetLabel() != "USER_CMD")
             result = 0;
         else if (item.GetTypeOfValue() == CPropertyItem::String)
             commands_ = item.GetString();
