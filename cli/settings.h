@@ -1,0 +1,84 @@
+// Loading an analysis (or the post-processing set) from its nickname and an optional settings file.
+#pragma once
+
+#include "analyses/core/analysis.h"
+#include "analyses/core/postprocess.h"
+
+#include <cstddef>
+#include <iosfwd>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace cli {
+
+/// What a nickname names: an analysis, or the post-processing set ("PostProc").
+/// Exactly one of the two pointers is set.
+struct Settings {
+    std::string nickname;
+    std::unique_ptr<Analyses::Analysis> analysis;
+    std::unique_ptr<PostProcess> postProcess;
+
+    /// The item a settings file holds for these settings.
+    CPropertyItem toPropertyItem() const;
+    /// Applies a stored item as the model's reader does; 0 when some field was not applied.
+    int fromPropertyItem(const CPropertyItem& item);
+};
+
+/// The nicknames this build knows: the analyses, then "PostProc".
+std::vector<std::string> KnownNicknames();
+/// The known nicknames joined by ", ", for messages and help.
+std::string KnownNicknamesText();
+
+/// Default settings of `nickname` (exact, case-sensitive); nothing when unknown.
+std::optional<Settings> NewSettings(std::string_view nickname);
+
+/// Line and column, both counted from 1, of byte `position` of `text`; the
+/// column counts bytes, and a position past the end is placed after the last byte.
+std::pair<unsigned, unsigned> LineColumn(std::string_view text, size_t position);
+
+/// A field of a settings file that reading did not keep.
+struct UnappliedKey {
+    std::string path;         ///< labels joined by '.', e.g. "ANALYSIS.FSTART"
+    std::string givenType;    ///< type name in the file ("" for a field without a value)
+    std::string expectedType; ///< type name the settings write; empty for an unknown key
+
+    bool IsMistyped() const { return !expectedType.empty(); }
+    /// "ANALYSIS.FOO", or "ANALYSIS.FSTART (string, expected double)".
+    std::string ToText() const;
+};
+
+/// The fields of `given`, at any depth, that `applied` (the settings written
+/// back after reading `given`) has under no such label, or only with another
+/// value type. Settings that write a key only when it differs from a default can
+/// make a key that was read look unknown; a mistyped key is always a real miss.
+std::vector<UnappliedKey> UnappliedKeys(const CPropertyItem& given, const CPropertyItem& applied);
+
+/// Finds the item for `nickname` in the text of a settings file: the file's own
+/// item labelled `nickname`, or the one labelled so inside an "ANALYSES" item.
+/// `source` names the text in messages. On failure writes the message to `err`.
+std::optional<CPropertyItem> FindSettingsItem(std::string_view text, const std::string& source,
+                                              const std::string& nickname, std::ostream& err);
+
+/// The settings of `nickname`: the defaults, or, when `settingsPath` is given,
+/// the defaults with that file applied. Fields the reader does not apply give a
+/// warning on `err` and are otherwise ignored. An unknown nickname, an unreadable
+/// or unparsable file, or a file for other settings give a message on `err`,
+/// `status` = ExitUsage and nothing; otherwise `status` = ExitOk.
+std::optional<Settings> LoadSettings(const std::string& nickname, const std::string* settingsPath,
+                                     std::ostream& err, int& status);
+
+/// LoadSettings restricted to analyses: "PostProc" is refused like an unknown nickname.
+std::unique_ptr<Analyses::Analysis> LoadAnalysis(const std::string& nickname,
+                                                 const std::string* settingsPath, std::ostream& err,
+                                                 int& status);
+
+/// Writes "canal: " + `message` + newline to `err`.
+void ReportError(std::ostream& err, std::string_view message);
+/// Writes "canal: warning: " + `message` + newline to `err`.
+void ReportWarning(std::ostream& err, std::string_view message);
+
+} // namespace cli
