@@ -20,7 +20,7 @@ struct Result {
     std::string err;
 };
 
-Result Run(const std::vector<std::string>& args) {
+Result Canal(const std::vector<std::string>& args) {
     std::ostringstream out, err;
     const int status = cli::Main(args, out, err);
     return {status, out.str(), err.str()};
@@ -55,25 +55,25 @@ const char* const kDefaultTranBody =
     "auto_ic auto_tstep auto_tmax ";
 
 TEST(ScriptCommand, MaskOnePrintsTheDefaultCommandBody) {
-    Result ac = Run({"script", "AC", "--mask", "1"});
+    Result ac = Canal({"script", "AC", "--mask", "1"});
     EXPECT_EQ(ac.status, 0) << ac.err;
     EXPECT_EQ(ac.out, std::string(kDefaultAcBody) + "\n");
     EXPECT_EQ(ac.err, "");
 
-    Result tran = Run({"script", "TRAN", "--mask=1"});
+    Result tran = Canal({"script", "TRAN", "--mask=1"});
     EXPECT_EQ(tran.status, 0) << tran.err;
     EXPECT_EQ(tran.out, std::string(kDefaultTranBody) + "\n");
 
     // Hexadecimal masks and options before the nickname mean the same.
-    EXPECT_EQ(Run({"script", "--mask", "0x1", "AC"}).out, ac.out);
+    EXPECT_EQ(Canal({"script", "--mask", "0x1", "AC"}).out, ac.out);
     // Scope framing around the body; the default title of a fresh analysis is empty.
-    Result scoped = Run({"script", "AC", "--mask", "17"});
+    Result scoped = Canal({"script", "AC", "--mask", "17"});
     EXPECT_EQ(scoped.out, std::string("begin-scope page ; ") + kDefaultAcBody + "; end-scope \n");
-    EXPECT_EQ(Run({"script", "AC", "--mask", "0"}).out, "\n");
+    EXPECT_EQ(Canal({"script", "AC", "--mask", "0"}).out, "\n");
 }
 
 TEST(DescribeCommand, PrintsTheTreeIndentedByLevel) {
-    Result r = Run({"describe", "AC"});
+    Result r = Canal({"describe", "AC"});
     ASSERT_EQ(r.status, 0) << r.err;
     std::istringstream lines(r.out);
     std::string heading, next;
@@ -84,7 +84,7 @@ TEST(DescribeCommand, PrintsTheTreeIndentedByLevel) {
     EXPECT_NE(r.out.find("\n    ac  -env-options dec 10 1 1e+10\n"), std::string::npos) << r.out;
 
     // Bit 32 drops the heading, so the top items start at column 0.
-    Result bare = Run({"describe", "AC", "--mask", "33"});
+    Result bare = Canal({"describe", "AC", "--mask", "33"});
     ASSERT_EQ(bare.status, 0);
     EXPECT_EQ(bare.out.rfind("Analysis settings\n", 0), 0u) << bare.out;
     EXPECT_EQ(bare.out.find("AC Analysis"), std::string::npos);
@@ -95,17 +95,17 @@ TEST_F(SettingsFile, PropsRoundTripForEveryNickname) {
     ASSERT_GE(names.size(), 2u);
     for (const std::string& name : names) {
         SCOPED_TRACE(name);
-        Result props = Run({"props", name});
+        Result props = Canal({"props", name});
         ASSERT_EQ(props.status, 0) << props.err;
         ASSERT_EQ(props.out.rfind(name + ":list{", 0), 0u) << props.out;
         const std::string path = Write(name + ".txt", props.out);
 
-        Result again = Run({"props", name, "--settings", path});
+        Result again = Canal({"props", name, "--settings", path});
         EXPECT_EQ(again.status, 0) << again.err;
         EXPECT_EQ(again.out, props.out);
         EXPECT_EQ(again.err, "") << "defaults read back without a warning";
-        EXPECT_EQ(Run({"script", name, "--settings", path}).out, Run({"script", name}).out);
-        EXPECT_EQ(Run({"describe", name, "--settings", path}).out, Run({"describe", name}).out);
+        EXPECT_EQ(Canal({"script", name, "--settings", path}).out, Canal({"script", name}).out);
+        EXPECT_EQ(Canal({"describe", name, "--settings", path}).out, Canal({"describe", name}).out);
     }
 }
 
@@ -119,29 +119,29 @@ TEST_F(SettingsFile, EditedSettingsChangeTheScript) {
                                              "    FSTOP:double{1e6}\n"
                                              "  }\n"
                                              "}\n");
-    Result r = Run({"script", "AC", "--mask", "1", "--settings", path});
+    Result r = Canal({"script", "AC", "--mask", "1", "--settings", path});
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.err, "");
     EXPECT_EQ(r.out, "-param vscale lin; -param hscale lin; -param hrange 10 1e+06; "
                      "ac  -env-options lin 100 10 1e+06 \n");
 
     // What props writes for the edited settings reads back to the same script.
-    Result props = Run({"props", "AC", "--settings", path});
+    Result props = Canal({"props", "AC", "--settings", path});
     ASSERT_EQ(props.status, 0);
     const std::string rewritten = Write("ac2.txt", props.out);
-    EXPECT_EQ(Run({"script", "AC", "--mask", "1", "--settings", rewritten}).out, r.out);
+    EXPECT_EQ(Canal({"script", "AC", "--mask", "1", "--settings", rewritten}).out, r.out);
 }
 
 TEST_F(SettingsFile, AnalysesFilePicksTheItemOfTheNickname) {
     const std::string path = Write("all.txt", "ANALYSES:list{USE:int{-1} CURRENT_ID:int{1}\n"
                                               " TRAN:list{ANALYSIS:list{}}\n"
                                               " AC:list{ANALYSIS:list{FSTART:double{5}}}}\n");
-    Result r = Run({"script", "AC", "--mask", "1", "--settings", path});
+    Result r = Canal({"script", "AC", "--mask", "1", "--settings", path});
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "-param vscale log; -param hscale log; -param hrange 5 1e+10; "
                      "ac  -env-options dec 10 5 1e+10 \n");
 
-    Result missing = Run({"script", "OP", "--settings", path});
+    Result missing = Canal({"script", "OP", "--settings", path});
     EXPECT_EQ(missing.status, 2);
     EXPECT_NE(missing.err.find(path), std::string::npos) << missing.err;
     EXPECT_NE(missing.err.find("\"OP\""), std::string::npos) << missing.err;
@@ -149,7 +149,7 @@ TEST_F(SettingsFile, AnalysesFilePicksTheItemOfTheNickname) {
 }
 
 TEST_F(SettingsFile, UnreadableOrWrongSettingsExitWithUsageStatus) {
-    Result unknown = Run({"script", "ac"});
+    Result unknown = Canal({"script", "ac"});
     EXPECT_EQ(unknown.status, 2);
     EXPECT_NE(unknown.err.find("\"ac\""), std::string::npos) << unknown.err;
     EXPECT_NE(unknown.err.find("AC"), std::string::npos) << "lists the known nicknames";
@@ -157,17 +157,17 @@ TEST_F(SettingsFile, UnreadableOrWrongSettingsExitWithUsageStatus) {
     EXPECT_EQ(unknown.out, "");
 
     const std::string absent = Path("absent.txt");
-    Result missing = Run({"props", "AC", "--settings", absent});
+    Result missing = Canal({"props", "AC", "--settings", absent});
     EXPECT_EQ(missing.status, 2);
     EXPECT_NE(missing.err.find(absent), std::string::npos) << missing.err;
     EXPECT_EQ(missing.out, "");
 
     // A folder opens but cannot be read.
-    Result folder = Run({"props", "AC", "--settings", Path("")});
+    Result folder = Canal({"props", "AC", "--settings", Path("")});
     EXPECT_EQ(folder.status, 2) << folder.err;
 
     const std::string bad = Write("bad.txt", "AC:list{\n  ANALYSIS:list{FSTART:double{10}\n");
-    Result malformed = Run({"script", "AC", "--settings", bad});
+    Result malformed = Canal({"script", "AC", "--settings", bad});
     EXPECT_EQ(malformed.status, 2);
     EXPECT_EQ(malformed.err.find("canal: " + bad + ":"), 0u) << malformed.err;
     EXPECT_TRUE(malformed.err.find(bad + ":2:") != std::string::npos ||
@@ -175,10 +175,10 @@ TEST_F(SettingsFile, UnreadableOrWrongSettingsExitWithUsageStatus) {
         << "stops on the unfinished lines: " << malformed.err;
 
     const std::string empty = Write("empty.txt", " \n\t\n");
-    EXPECT_EQ(Run({"props", "AC", "--settings", empty}).status, 2);
+    EXPECT_EQ(Canal({"props", "AC", "--settings", empty}).status, 2);
 
     const std::string tran = Write("tran.txt", "TRAN:list{ANALYSIS:list{}}");
-    Result wrongLabel = Run({"props", "AC", "--settings", tran});
+    Result wrongLabel = Canal({"props", "AC", "--settings", tran});
     EXPECT_EQ(wrongLabel.status, 2);
     EXPECT_NE(wrongLabel.err.find("\"TRAN\""), std::string::npos) << wrongLabel.err;
     EXPECT_NE(wrongLabel.err.find("\"AC\""), std::string::npos) << wrongLabel.err;
@@ -187,7 +187,7 @@ TEST_F(SettingsFile, UnreadableOrWrongSettingsExitWithUsageStatus) {
 TEST_F(SettingsFile, UnknownAndMistypedKeysWarnButTheRestApplies) {
     const std::string path = Write("ac.txt", "AC:list{ANALYSIS:list{FSTART:double{10} BOGUS:int{1}}"
                                              " MYSTERY:string{x}}");
-    Result r = Run({"script", "AC", "--mask", "1", "--settings", path});
+    Result r = Canal({"script", "AC", "--mask", "1", "--settings", path});
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out, "-param vscale log; -param hscale log; -param hrange 10 1e+10; "
                      "ac  -env-options dec 10 10 1e+10 \n");
@@ -198,7 +198,7 @@ TEST_F(SettingsFile, UnknownAndMistypedKeysWarnButTheRestApplies) {
 
     // The reader skips a wrongly typed value silently; the tool still says so.
     const std::string typed = Write("typed.txt", "AC:list{ANALYSIS:list{FSTOP:string{big}}}");
-    Result mistyped = Run({"script", "AC", "--mask", "1", "--settings", typed});
+    Result mistyped = Canal({"script", "AC", "--mask", "1", "--settings", typed});
     EXPECT_EQ(mistyped.status, 0);
     EXPECT_EQ(mistyped.out, std::string(kDefaultAcBody) + "\n");
     EXPECT_NE(mistyped.err.find("ANALYSIS.FSTOP (string, expected double)"), std::string::npos)
@@ -229,52 +229,52 @@ TEST(LineColumn, CountsFromOneAndStaysInsideTheText) {
 }
 
 TEST(Main, ArgumentErrorsAndHelp) {
-    Result none = Run({});
+    Result none = Canal({});
     EXPECT_EQ(none.status, 2);
     EXPECT_EQ(none.out, "");
     EXPECT_EQ(none.err.rfind("Usage: canal", 0), 0u) << none.err;
 
-    Result help = Run({"--help"});
+    Result help = Canal({"--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_EQ(help.out.rfind("Usage: canal", 0), 0u);
     EXPECT_NE(help.out.find("AC, "), std::string::npos) << "lists the nicknames";
 
-    Result scriptHelp = Run({"script", "-h"});
+    Result scriptHelp = Canal({"script", "-h"});
     EXPECT_EQ(scriptHelp.status, 0);
     EXPECT_NE(scriptHelp.out.find("--mask N"), std::string::npos);
     EXPECT_NE(scriptHelp.out.find("32  simulator options"), std::string::npos);
-    EXPECT_NE(Run({"describe", "--help"}).out.find("32  no heading item"), std::string::npos);
-    EXPECT_EQ(Run({"props", "--help"}).out.find("--mask"), std::string::npos);
+    EXPECT_NE(Canal({"describe", "--help"}).out.find("32  no heading item"), std::string::npos);
+    EXPECT_EQ(Canal({"props", "--help"}).out.find("--mask"), std::string::npos);
 
-    Result version = Run({"--version"});
+    Result version = Canal({"--version"});
     EXPECT_EQ(version.status, 0);
     EXPECT_EQ(version.out.rfind("canal ", 0), 0u);
 
-    EXPECT_EQ(Run({"frobnicate"}).status, 2);
-    EXPECT_EQ(Run({"script"}).status, 2);
-    EXPECT_EQ(Run({"script", "AC", "TRAN"}).status, 2);
-    EXPECT_EQ(Run({"script", "AC", "--mask"}).status, 2);
-    EXPECT_EQ(Run({"props", "AC", "--mask", "1"}).status, 2) << "props has no mask";
-    EXPECT_EQ(Run({"script", "AC", "--mask", "1", "--mask", "2"}).status, 2);
-    Result badMask = Run({"script", "AC", "--mask", "one"});
+    EXPECT_EQ(Canal({"frobnicate"}).status, 2);
+    EXPECT_EQ(Canal({"script"}).status, 2);
+    EXPECT_EQ(Canal({"script", "AC", "TRAN"}).status, 2);
+    EXPECT_EQ(Canal({"script", "AC", "--mask"}).status, 2);
+    EXPECT_EQ(Canal({"props", "AC", "--mask", "1"}).status, 2) << "props has no mask";
+    EXPECT_EQ(Canal({"script", "AC", "--mask", "1", "--mask", "2"}).status, 2);
+    Result badMask = Canal({"script", "AC", "--mask", "one"});
     EXPECT_EQ(badMask.status, 2);
     EXPECT_NE(badMask.err.find("\"one\""), std::string::npos) << badMask.err;
-    EXPECT_EQ(Run({"script", "AC", "--mask", "1x"}).status, 2);
+    EXPECT_EQ(Canal({"script", "AC", "--mask", "1x"}).status, 2);
 }
 
 TEST_F(SettingsFile, PostProcessingPagesAreReachableByNickname) {
     const std::string path = Write("pp.txt", "PostProc:list{PAGE:list{DIAGRAM:list{"
                                              "TYPE:string{GRAPH} TRACE:string{v(1)}}}}");
-    Result script = Run({"script", "PostProc", "--settings", path});
+    Result script = Canal({"script", "PostProc", "--settings", path});
     EXPECT_EQ(script.status, 0) << script.err;
     EXPECT_EQ(script.out, "-param new-page; plot-graph v(1) ; \n");
-    Result describe = Run({"describe", "PostProc", "--settings", path});
+    Result describe = Canal({"describe", "PostProc", "--settings", path});
     EXPECT_EQ(describe.status, 0);
     EXPECT_NE(describe.out.find("v(1)"), std::string::npos) << describe.out;
-    Result props = Run({"props", "PostProc", "--settings", path});
+    Result props = Canal({"props", "PostProc", "--settings", path});
     EXPECT_EQ(props.out, "PostProc:list{PAGE:list{DIAGRAM:list{TYPE:string{GRAPH} "
                          "TRACE:string{v(1)}}}}\n");
-    EXPECT_EQ(Run({"props", "PostProc"}).out, "PostProc:list{}\n");
+    EXPECT_EQ(Canal({"props", "PostProc"}).out, "PostProc:list{}\n");
 }
 
 TEST(LoadAnalysis, RefusesThePostProcessingSet) {
