@@ -1,0 +1,23 @@
+// CSV form of a result page: the x column, then one column per trace.
+#pragma once
+
+#include "report/page.h"
+
+#include <string>
+#include <string_view>
+
+namespace report {
+
+/// Quotes a field when it holds a comma, a double quote, a line break or
+/// leading/trailing blanks; inner quotes are doubled.
+std::string CsvField(std::string_view text);
+
+/// The whole page as CSV text with "\n" line ends. Pages with x values: a header
+/// row (x name, then the traces), one row per x value; complex traces give two
+/// columns, "|name|" (magnitude) and "phase(name)" (degrees). Pages without x
+/// values (operating point, transfer function, poles and zeros) give "name,value"
+/// rows, with an "imaginary" column when some trace is complex. Numbers carry 17
+/// significant digits; missing values are empty cells.
+std::string ToCsv(const Page& page);
+
+} // namespace report

@@ -1,0 +1,26 @@
+// Plain-text renderers: the analysis settings, page logs and charts.
+#pragma once
+
+#include "report/report.h"
+
+#include <string>
+
+class CTreeCtrl;
+
+namespace report {
+
+/// The readable text of an analysis: one item per line, two blanks per level.
+std::string AnalysisToText(const CTreeCtrl& ctrl);
+
+/// A chart as a text table: title line, header, a rule, then rows; columns are
+/// padded to their widest cell, numbers aligned right.
+std::string ChartToText(const Chart& chart);
+
+/// One page: its title, error, log lines and charts.
+std::string PageLogToText(const Page& page);
+
+/// A section's log file: every page's log and charts, the notes, then the
+/// simulator's own output.
+std::string SectionLogToText(const Section& section);
+
+} // namespace report

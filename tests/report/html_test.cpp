@@ -1,0 +1,131 @@
+// HTML report and the output folder: escaping, inline plots, links to the
+// files the writer really writes, and text tables.
+#include "report/html.h"
+#include "report/report.h"
+#include "report/text.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+report::Report SampleReport() {
+    report::Report r;
+    r.title = "rc <test> & 'friends'";
+    r.circuit = "/tmp/a&b.cir";
+    report::Section ac;
+    ac.nickname = "AC";
+    ac.title = "AC Analysis";
+    ac.settingsText = "AC Analysis\n  Start frequency: 1 <Hz>\n";
+    ac.script = "begin-scope page AC; ac  -env-options dec 10 1 1e+10 ; end-scope ";
+    report::Page p;
+    p.title = "AC Analysis";
+    p.plotType = "AC Analysis";
+    p.xName = "frequency";
+    p.x = {1, 10, 100};
+    p.traces.push_back({"v(<out>)", {1, 0.5, 0.1}, {0, -0.5, -0.3}, true});
+    p.log = {"note: <script>alert(1)</script>"};
+    p.charts.push_back({"Fourier", {"harmonic", "frequency"}, {{"1", "1000"}, {"2", "2000"}}});
+    ac.pages.push_back(p);
+    report::Page op;
+    op.title = "Operating Point";
+    op.traces.push_back({"v(1)", {2.5}, {}, true});
+    ac.pages.push_back(op);
+    ac.log = {"Error: no such vector & friends"};
+    ac.ok = false;
+    ac.error = "Error: \"bad\" <thing>";
+    r.sections.push_back(ac);
+    return r;
+}
+
+std::string ReadAll(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+} // namespace
+
+TEST(Html, EscapesEveryUserText) {
+    EXPECT_EQ(report::HtmlEscape("a<b>&\"c\"'d'"), "a&lt;b&gt;&amp;&quot;c&quot;&#39;d&#39;");
+    std::string html = report::ToHtml(SampleReport());
+    EXPECT_EQ(html.find("<script>"), std::string::npos);
+    EXPECT_NE(html.find("&lt;script&gt;alert(1)&lt;/script&gt;"), std::string::npos);
+    EXPECT_NE(html.find("rc &lt;test&gt; &amp; &#39;friends&#39;"), std::string::npos);
+    EXPECT_NE(html.find("/tmp/a&amp;b.cir"), std::string::npos);
+    EXPECT_NE(html.find("Error: &quot;bad&quot; &lt;thing&gt;"), std::string::npos);
+    EXPECT_NE(html.find("1 &lt;Hz&gt;"), std::string::npos);
+    EXPECT_NE(html.find("v(&lt;out&gt;)"), std::string::npos); // inside the inline SVG legend
+    EXPECT_EQ(html.find("<?xml"), std::string::npos);          // inlined, not embedded documents
+    EXPECT_NE(html.find("<svg"), std::string::npos);
+    EXPECT_NE(html.find("href=\"01-ac-analysis.csv\""), std::string::npos);
+    EXPECT_NE(html.find("<td>2000</td>"), std::string::npos);
+    EXPECT_NE(html.find("<td class=\"num\">2.5</td>"), std::string::npos); // value page
+}
+
+TEST(Html, InlinePlotsOfSeveralPagesKeepDistinctClipIds) {
+    report::Report r = SampleReport();
+    r.sections[0].pages.push_back(r.sections[0].pages[0]);
+    std::string html = report::ToHtml(r);
+    EXPECT_NE(html.find("id=\"s0p0plot0\""), std::string::npos);
+    EXPECT_NE(html.find("id=\"s0p2plot0\""), std::string::npos);
+    EXPECT_NE(html.find("url(#s0p2plot1)"), std::string::npos);
+    EXPECT_EQ(html.find("id=\"plot0\""), std::string::npos);
+}
+
+TEST(ReportWriter, WritesEveryFileTheReportLinksTo) {
+    namespace fs = std::filesystem;
+    fs::path dir =
+        fs::temp_directory_path() /
+        ("canal_report_test_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()));
+    fs::remove_all(dir);
+    report::Report r = SampleReport();
+    report::Section tran;
+    tran.nickname = "TRAN";
+    tran.title = "Transient Analysis";
+    r.sections.push_back(tran);
+
+    auto result = report::WriteReport(r, (dir / "nested").string());
+    EXPECT_TRUE(result.ok());
+    for (const char* name :
+         {"ac-01-ac-analysis.csv", "ac-01-ac-analysis.svg", "ac-02-operating-point.csv",
+          "ac-analysis.txt", "ac-log.txt", "tran-analysis.txt", "tran-log.txt", "report.html"})
+        EXPECT_TRUE(fs::exists(dir / "nested" / name)) << name;
+    EXPECT_FALSE(fs::exists(dir / "nested" / "ac-02-operating-point.svg"));
+    EXPECT_EQ(result.files.size(), 8u);
+
+    std::string html = ReadAll(dir / "nested" / "report.html");
+    EXPECT_NE(html.find("href=\"ac-01-ac-analysis.csv\""), std::string::npos);
+    std::string log = ReadAll(dir / "nested" / "ac-log.txt");
+    EXPECT_NE(log.find("Failed: Error: \"bad\" <thing>"), std::string::npos);
+    EXPECT_NE(log.find("Error: no such vector & friends"), std::string::npos);
+    EXPECT_EQ(ReadAll(dir / "nested" / "ac-analysis.txt"), r.sections[0].settingsText);
+
+    // A folder that cannot be created is reported, not thrown.
+    std::ofstream(dir / "file") << "x";
+    auto bad = report::WriteReport(r, (dir / "file" / "sub").string());
+    EXPECT_FALSE(bad.ok());
+    EXPECT_TRUE(bad.files.empty());
+    fs::remove_all(dir);
+}
+
+TEST(ReportNames, SlugsAreShortLowerCaseAndNeverEmpty) {
+    EXPECT_EQ(report::Slug("AC Analysis (dec)"), "ac-analysis-dec");
+    EXPECT_EQ(report::Slug("  ***  "), "page");
+    EXPECT_EQ(report::Slug(std::string(100, 'a')).size(), 40u);
+}
+
+TEST(TextReport, ChartColumnsAlignWithNumbersToTheRight) {
+    report::Chart chart{"Fourier components",
+                        {"harmonic", "magnitude", "unit"},
+                        {{"1", "1.5", "V"}, {"10", "0.025", "mV"}}};
+    EXPECT_EQ(report::ChartToText(chart), "Fourier components\n"
+                                          "harmonic  magnitude  unit\n"
+                                          "-------------------------\n"
+                                          "       1        1.5  V\n"
+                                          "      10      0.025  mV\n");
+}
