@@ -1,0 +1,170 @@
+// Transient analysis: the time-settings class and the time-domain analysis built on it.
+#pragma once
+
+#include "analyses/core/analysis.h"
+
+#include <cstdint>
+
+/// Time settings of a transient run (seconds) and its horizontal plot range.
+/// Transient, Fourier, the sweeps and the statistical analyses hold one by value.
+class TranAnalysis {
+public:
+    enum TMaxMode : int32_t { NotUsed = 0, Explicit = 1, Points = 2, Calculate = 3 };
+    enum IC : int32_t { DcOp = 0, ZeroIc = 1, Uic = 2, AutoIc = 3 };
+
+    /// `main` is borrowed (may be null); it is only used to find the main analysis.
+    explicit TranAnalysis(const Analyses* main = nullptr);
+    TranAnalysis(const TranAnalysis&) = default;
+    TranAnalysis& operator=(const TranAnalysis&) = default;
+
+    // Virtual operations, in their fixed slot order.
+    virtual void reset();
+    virtual void reset_for_instrument(int keep);
+    virtual Analyses::AnalysisType GetType() const { return Analyses::AnalysisType::Tran; }
+    virtual CString GetAnalysisNickname() const { return s_GetAnalysisNickname(); }
+    virtual int GetNodeType() const { return AT_TRAN; }
+    virtual int GetOutputVariableClass() const { return OVC_DCnames; }
+    virtual ~TranAnalysis() = default;
+
+    static CString s_GetAnalysisNickname() { return "TRAN"; }
+
+    int GetCalc_tstep() const { return calcTstep_; }
+    double GetTstep() const { return tstep_; }
+    double GetTstop() const { return tstop_; }
+    double GetTstart() const { return tstart_; }
+    TMaxMode GetTmax_mode() const { return tmaxMode_; }
+    double GetTmax() const { return tmax_; }
+    double GetTpoints() const { return tpoints_; }
+    IC GetIc() const { return ic_; }
+    int GetUseAutoTmax() const { return useAutoTmax_; }
+    double GetFixedStep() const { return fixedStep_; }
+    int GetInstrument() const { return instrument_; }
+    const CGrapherAxes& GetAxes() const { return axes_; }
+    const Analyses* GetMainAnalyses() const { return main_; }
+
+    void SetCalc_tstep(int v) { calcTstep_ = v; }
+    void SetIc(IC ic) { ic_ = ic; }
+    void SetUseAutoTmax(int v) { useAutoTmax_ = v; }
+    /// `fixedStep` > 0 overrides every computed step in the command.
+    void SetTmax_mode(TMaxMode mode, double fixedStep) {
+        tmaxMode_ = mode;
+        fixedStep_ = fixedStep;
+    }
+    /// Start and stop time; each also moves its end of the time axis.
+    void SetTstart(double t);
+    void SetTstop(double t);
+    void SetTstep(double v, int alsoTmax, int recount);
+    void SetTmax(double v, int alsoTstep, int recount);
+    /// Stores at least 2 points; optionally derives tmax (and tstep) from the count.
+    void SetTpoints(long n, int recomputeTmax, int alsoTstep);
+
+    int KeepTrackOfCurrentsAtComponentTerminals() const { return keepTrackOfCurrents_; }
+    void KeepTrackOfCurrentsAtComponentTerminals(int v) { keepTrackOfCurrents_ = v; }
+
+    /// The body of a transient run: time-axis range, then "tran  -env-options ..." .
+    CString toNutmegCommand() const;
+    CPropertyList toPropertyList() const;
+    /// Applies every known item; unknown labels are ignored, so the result is always 1.
+    int fromPropertyList(const CPropertyList& list);
+    void toReadableText(CTreeLog& log, _TREEITEM* parent) const;
+
+    /// The settings of the collection's transient analysis; null without a
+    /// collection or when it has none.
+    const TranAnalysis* GetMainAnalysis() const;
+    /// Copies the main analysis's settings into this object; 0 when there is none.
+    int LoadFromMainAnalysis();
+
+    /// Point count for a step over the current span, kept within [2, 2e9].
+    long PointsForStep(double step) const;
+    /// Step that divides the current span into `n` points.
+    double StepForPoints(double n) const;
+    /// The step written for the automatic cases (the "X" of the command).
+    double CommandStep() const;
+
+private:
+    double Span() const { return tstop_ - tstart_; }
+
+    int keepTrackOfCurrents_ = 0;
+    const Analyses* main_ = nullptr;
+    CGrapherAxes axes_;
+    int calcTstep_ = 1;
+    double tstep_ = 1e-5;
+    double tstop_ = 0.001;
+    int32_t tpoints_ = 99;
+    double tstart_ = 0.0;
+    TMaxMode tmaxMode_ = Calculate;
+    double tmax_ = 1e-5;
+    double fixedStep_ = -1.0;
+    int instrument_ = 0;
+    int useAutoTmax_ = 0;
+    IC ic_ = AutoIc;
+};
+
+/// Time-domain analysis.
+class Analyses::Tran : public Analyses::Analysis {
+public:
+    Tran();
+    explicit Tran(const Analyses* main);
+    Tran(const Tran&) = default;
+    Tran& operator=(const Tran&) = default;
+
+    static CString s_GetAnalysisNickname() { return TranAnalysis::s_GetAnalysisNickname(); }
+
+    CString GetAnalysisNickname() const override { return tran_.GetAnalysisNickname(); }
+    AnalysisType GetType() const override { return tran_.GetType(); }
+    void reset() override;
+    /// The common settings are reset only when the transient ones are not kept.
+    void reset_for_instrument(int keep) override;
+    Analysis* NewInstance() const override { return new Tran(GetMainAnalyses()); }
+    Analysis* Clone() const override { return new Tran(*this); }
+    Analysis* Clone(Instance*&) const override { return new Tran(*this); }
+    int GetNodeType() const override { return tran_.GetNodeType(); }
+    int GetOutputVariableClass() const override { return tran_.GetOutputVariableClass(); }
+    int KeepTrackOfCurrentsAtComponentTerminals() override {
+        return tran_.KeepTrackOfCurrentsAtComponentTerminals();
+    }
+    /// The accept errors with bit 1 added when tmax is below tstep.
+    long checkError() override;
+
+protected:
+    CString toNutmegCommandHelper() const override { return tran_.toNutmegCommand(); }
+    CPropertyList toPropertyListHelper() const override { return tran_.toPropertyList(); }
+    int fromPropertyListHelper(const CPropertyList& list) override {
+        return tran_.fromPropertyList(list);
+    }
+    void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override {
+        tran_.toReadableText(log, parent);
+    }
+
+public:
+    TranAnalysis& GetTranAnalysis() { return tran_; }
+    const TranAnalysis& GetTranAnalysis() const { return tran_; }
+
+    int GetCalc_tstep() const { return tran_.GetCalc_tstep(); }
+    double GetTstep() const { return tran_.GetTstep(); }
+    double GetTstop() const { return tran_.GetTstop(); }
+    double GetTstart() const { return tran_.GetTstart(); }
+    TranAnalysis::TMaxMode GetTmax_mode() const { return tran_.GetTmax_mode(); }
+    double GetTmax() const { return tran_.GetTmax(); }
+    double GetTpoints() const { return tran_.GetTpoints(); }
+    TranAnalysis::IC GetIc() const { return tran_.GetIc(); }
+    void SetIc(TranAnalysis::IC ic) { tran_.SetIc(ic); }
+    void SetCalc_tstep(int v) { tran_.SetCalc_tstep(v); }
+    void SetTstop(double t) { tran_.SetTstop(t); }
+    void SetTstart(double t) { tran_.SetTstart(t); }
+    void SetTstep(double v, int alsoTmax, int recount) { tran_.SetTstep(v, alsoTmax, recount); }
+    void SetTmax(double v, int alsoTstep, int recount) { tran_.SetTmax(v, alsoTstep, recount); }
+    void SetTpoints(long n, int recomputeTmax, int alsoTstep) {
+        tran_.SetTpoints(n, recomputeTmax, alsoTstep);
+    }
+    void SetTmax_mode(TranAnalysis::TMaxMode mode, double fixedStep) {
+        tran_.SetTmax_mode(mode, fixedStep);
+    }
+    void SetUseAutoTmax(int v) { tran_.SetUseAutoTmax(v); }
+    int GetUseAutoTmax() const { return tran_.GetUseAutoTmax(); }
+    int LoadFromMainAnalysis() { return tran_.LoadFromMainAnalysis(); }
+    const TranAnalysis* GetMainAnalysis() const { return tran_.GetMainAnalysis(); }
+
+private:
+    TranAnalysis tran_;
+};
