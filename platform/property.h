@@ -15,13 +15,23 @@ class CPropertyList;
 class CPropertyItem {
 public:
     /// Value type codes, as GetTypeOfValue() reports them.
-    enum Type { Empty = 0, Flag = 1, Int = 2, Bool = 3, Double = 5, String = 6, List = 7, Array = 8 };
+    enum Type {
+        Empty = 0,
+        Flag = 1,
+        Int = 2,
+        Bool = 3,
+        Double = 5,
+        String = 6,
+        List = 7,
+        Array = 8
+    };
     enum PI_FLAG_T { PI_FLAG };
     enum PI_BOOL { PI_FALSE = 0, PI_TRUE = 1 };
 
     CPropertyItem();
     CPropertyItem(const CString& label, long value);
-    CPropertyItem(const CString& label, int value) : CPropertyItem(label, static_cast<long>(value)) {}
+    CPropertyItem(const CString& label, int value)
+        : CPropertyItem(label, static_cast<long>(value)) {}
     CPropertyItem(const CString& label, double value);
     CPropertyItem(const CString& label, const CString& value);
     CPropertyItem(const CString& label, const char* value) : CPropertyItem(label, CString(value)) {}
@@ -69,7 +79,14 @@ public:
 
 private:
     struct Impl;
-    std::unique_ptr<Impl> impl_;
+    // Items never change after construction, so copies share one immutable
+    // value: copying a list item (ExtractField, GetNth, list walks) costs a
+    // reference count, not a deep copy of everything nested in it.
+    std::shared_ptr<const Impl> impl_;
+
+    /// Writes the text form onto `out`, so that whole trees print into one buffer.
+    void AppendField(std::string& out) const;
+    friend class CPropertyList;
 };
 
 /// Where and why parsing of a property text stopped.
