@@ -7,6 +7,9 @@
 #include "platform/property.h"
 #include "platform/treelog.h"
 
+#include <memory>
+#include <vector>
+
 class CWnd;     // settings user interface: not part of this library
 class Instance; // component instance a clone may be bound to; unused here
 class CASimulationEngine;
@@ -56,9 +59,25 @@ public:
     /// Scoped, because the analysis classes carry the same words (Analyses::Op is
     /// the class, Analyses::AnalysisType::Op its kind).
     enum class AnalysisType : int {
-        Op = 0, Ac = 1, Tran = 2, Four = 3, Noise = 4, Disto = 5, DcSweep = 6, Psweep = 7,
-        Tsweep = 8, Pz = 9, Tf = 10, Sens = 11, Worst = 12, Monte = 13, User = 14,
-        Options = 15, Run = 16, TraceWidth = 17, NoiseFigure = 18,
+        Op = 0,
+        Ac = 1,
+        Tran = 2,
+        Four = 3,
+        Noise = 4,
+        Disto = 5,
+        DcSweep = 6,
+        Psweep = 7,
+        Tsweep = 8,
+        Pz = 9,
+        Tf = 10,
+        Sens = 11,
+        Worst = 12,
+        Monte = 13,
+        User = 14,
+        Options = 15,
+        Run = 16,
+        TraceWidth = 17,
+        NoiseFigure = 18,
     };
     static constexpr int AnalysisTypeCount = 19;
 
@@ -98,6 +117,14 @@ public:
     static Analyses* Conv(COrvo* p) {
         return p && p->GetOrvoType() == COrvo::Collection ? static_cast<Analyses*>(p) : nullptr;
     }
+
+    /// A new default analysis by nickname (exact), owned by the caller; null
+    /// for an unknown nickname and for "ORVO_OPT". Same as the factory's
+    /// NewAnalysisByNickname, for callers that prefer an owning handle.
+    static std::unique_ptr<Analysis> NewAnalysisByNickname(const CString& nickname,
+                                                           const Analyses* main = nullptr);
+    /// The nicknames of all kinds, in type order (including "ORVO_OPT").
+    static std::vector<CString> AnalysisNicknames();
 
     /// The analysis of one kind held by this collection; null for Options (15),
     /// for values outside 0..18 and for kinds not registered.

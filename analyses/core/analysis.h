@@ -12,12 +12,12 @@ class Analyses::Analysis : public COrvo {
 public:
     /// Bits selecting the pieces of a command script.
     enum NutmegType : long {
-        NT_COMMAND = 1,      ///< the analysis' own command
-        NT_IPLOT_FLAG = 2,   ///< passed to the plot set-up as its flag
-        NT_PLOT_SETUP = 4,   ///< plot set-up and the raw-file write
-        NT_POSTPROCESS = 8,  ///< post-processing set-up
-        NT_SCOPE = 16,       ///< begin-scope / end-scope framing
-        NT_OPTIONS = 32,     ///< simulator option statements
+        NT_COMMAND = 1,     ///< the analysis' own command
+        NT_IPLOT_FLAG = 2,  ///< passed to the plot set-up as its flag
+        NT_PLOT_SETUP = 4,  ///< plot set-up and the raw-file write
+        NT_POSTPROCESS = 8, ///< post-processing set-up
+        NT_SCOPE = 16,      ///< begin-scope / end-scope framing
+        NT_OPTIONS = 32,    ///< simulator option statements
     };
     /// Bits selecting the pieces of the readable text.
     enum TextType : long {

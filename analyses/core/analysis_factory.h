@@ -1,0 +1,20 @@
+// Creating analyses by kind or by nickname, for readers and tools that start from a label.
+#pragma once
+
+#include "analyses/core/analysis.h"
+
+#include <span>
+
+/// Kind and nickname (label of the persisted item) of every analysis kind, in type order.
+struct AnalysisKindName {
+    Analyses::AnalysisType type;
+    const char* nickname;
+};
+std::span<const AnalysisKindName> AnalysisKindNames();
+
+/// A new default analysis of `type` bound to `main` (may be null); the caller
+/// owns it. Null for Options and for kinds without a class yet.
+Analyses::Analysis* NewAnalysisOfType(Analyses::AnalysisType type, const Analyses* main);
+/// The same, by nickname (exact, case-sensitive); null for an unknown
+/// nickname and for "ORVO_OPT".
+Analyses::Analysis* NewAnalysisByNickname(const CString& nickname, const Analyses* main);

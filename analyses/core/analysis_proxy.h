@@ -1,0 +1,94 @@
+// A handle to one analysis of any kind, owning a copy of it or borrowing it.
+#pragma once
+
+#include "analyses/core/analysis.h"
+
+class Analyses::AnalysisProxy : public COrvo {
+public:
+    AnalysisProxy();
+    /// With `own` non-zero the proxy keeps and owns `a->Clone()`; with 0 it
+    /// borrows `a` itself, which must outlive the proxy.
+    AnalysisProxy(Analyses::Analysis* a, int own);
+    /// Copying an owning proxy copies its analysis; a borrowing proxy shares it.
+    AnalysisProxy(const AnalysisProxy& other);
+    AnalysisProxy(const AnalysisProxy& other, Instance*& instance);
+    AnalysisProxy& operator=(const AnalysisProxy& other);
+
+    static AnalysisProxy* Conv(COrvo* p) {
+        return p && p->GetOrvoType() == COrvo::Proxy ? static_cast<AnalysisProxy*>(p) : nullptr;
+    }
+
+    // Virtual operations, in their fixed slot order; each forwards to the analysis.
+    ~AnalysisProxy() override;
+    virtual void reset_for_instrument(int keep);
+    virtual int CanSimulate() const;
+    virtual CString ExplainWhyCannotSimulate();
+    virtual void UpdateAnalysisNodeList();
+
+    bool IsEmpty() const { return analysis_ == nullptr; }
+    Analyses::Analysis* GetAnalysisPtr() { return analysis_; }
+    const Analyses::Analysis* GetAnalysisPtr() const { return analysis_; }
+    int GetOwnerFlag() const { return owner_; }
+    void SetTstep(double t) { tstep_ = t; }
+    double GetTstep() const { return tstep_; }
+
+    /// Replaces the held analysis; the old one is deleted when owned and not `a` itself.
+    void SetAnalysisProxy(Analyses::Analysis* a, int own);
+    /// Holds a new default analysis of `type` bound to `main`; Options and
+    /// unknown kinds change nothing.
+    void SetType(AnalysisType type, Analyses* main);
+
+    // The analysis cast to its class when its type is that class' kind, else null.
+    Op* GetOpPtr();
+    const Op* GetOpPtr() const;
+    Pz* GetPzPtr();
+    const Pz* GetPzPtr() const;
+    Tf* GetTfPtr();
+    const Tf* GetTfPtr() const;
+    User* GetUserPtr();
+    const User* GetUserPtr() const;
+    Run* GetRunPtr();
+    const Run* GetRunPtr() const;
+
+    // Forwarders; an empty proxy answers neutral values and changes nothing.
+    AnalysisType GetType() const;
+    CString GetAnalysisNickname() const;
+    void SetAnalysisIdentifier(int id);
+    long GetAnalysisProperty() const;
+    void SetAnalysisRawfile(const CString& f);
+    CString GetAnalysisRawfile() const;
+    void SetAnalysisReadableName(const CString& n);
+    CString GetAnalysisReadableName() const;
+    void SetPlotTitle(const CString& t);
+    CString GetPlotTitle() const;
+    void SetUseAnalysisOptions(int v);
+    int GetUseAnalysisOptions() const;
+    /// The option set in force; the analysis must exist.
+    AnalysisOptions& GetAnalysisOptions();
+    const Analyses* GetMainAnalyses() const;
+    /// The analysis' node set; the analysis must exist.
+    AnalysisNodes& GetAnalysisNodes();
+    void reset();
+    CString toNutmegCommand(long mask) const;
+    CPropertyItem toPropertyItem() const;
+    _TREEITEM* toReadableText(CTreeLog& log, _TREEITEM* parent, long mask,
+                              const char* prefix) const;
+    _TREEITEM* toReadableText(CTreeCtrl& ctrl, _TREEITEM* parent, long mask,
+                              const char* prefix) const;
+    void ShowDialog(CWnd* parent, COkCancelSimulate::EditMode mode, int* a, int* b);
+
+    /// 1 when an analysis is held and it is at its defaults.
+    int SameAsDefault() const;
+    AnalysisProxy* Clone() const { return nullptr; }
+    AnalysisProxy* Clone(Instance*&) const { return nullptr; }
+
+    /// Creates the analysis whose nickname is the item's label, bound to `main`,
+    /// and lets it read the item. 0 when `main` is null, the value is not a
+    /// list, the label names no known kind, or the analysis' reader fails.
+    int fromPropertyItem(const CPropertyItem& item, const Analyses* main);
+
+private:
+    Analyses::Analysis* analysis_ = nullptr;
+    int owner_ = 0;
+    double tstep_ = 1e-05;
+};
