@@ -224,7 +224,6 @@ CommandResult NgSpiceSession::Command(std::string_view command) {
     CommandResult result;
     CommandResult* outer = current_;
     current_ = &result;
-    const std::size_t plotsBefore = plots_.size();
     int rc = 0;
     {
         CLocaleGuard guard;
@@ -232,7 +231,7 @@ CommandResult NgSpiceSession::Command(std::string_view command) {
         rc = ngSpice_Command(text.data());
     }
     current_ = outer;
-    if (listener_ && plots_.size() != plotsBefore)
+    if (listener_ && !result.plots.empty())
         listener_->OnEndPlot();
     if (result.exitRequested) {
         result.ok = false;
