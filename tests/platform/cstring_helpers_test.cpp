@@ -1,0 +1,163 @@
+// CString formatting and editing, statement splitting, engineering notation,
+// GCD/LCM and the string table.
+#include "platform/cstring.h"
+#include "platform/helpers.h"
+#include "platform/resources.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <string>
+
+TEST(CString, FormatsNumbersLikeCInTheCLocale) {
+    EXPECT_EQ(CString::Formatted("%lg", 1e10), "1e+10");
+    EXPECT_EQ(CString::Formatted("%lg", 0.001), "0.001");
+    EXPECT_EQ(CString::Formatted("%lg", 300.15), "300.15");
+    EXPECT_EQ(CString::Formatted("%lg", 1e-12), "1e-12");
+    EXPECT_EQ(CString::Formatted("%u points", 4000000000u), "4000000000 points");
+    CString s("old");
+    s.Format("%s-%s", s.c_str(), "new");
+    EXPECT_EQ(s, "old-new");
+    const std::string longText(1000, 'x');
+    EXPECT_EQ(CString::Formatted("%s%d", longText.c_str(), 7).GetLength(), 1001);
+
+    // A host that switched to a decimal-comma locale must not change command texts.
+    if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8")) {
+        EXPECT_EQ(CString::Formatted("%lg", 300.15), "300.15");
+        std::setlocale(LC_NUMERIC, "C");
+    }
+}
+
+TEST(CString, TrimsFindsAndComparesWithoutCase) {
+    CString s(" \t a b \r\n");
+    EXPECT_EQ(s.Trim(), "a b");
+    EXPECT_EQ(CString("  x ").TrimLeft(), "x ");
+    EXPECT_EQ(CString("  x ").TrimRight(), "  x");
+    EXPECT_EQ(CString("--x-y--").Trim("-"), "x-y");
+    EXPECT_EQ(CString("---").Trim("-"), "");
+
+    const CString t("V(out),I(vin)");
+    EXPECT_EQ(t.Find('('), 1);
+    EXPECT_EQ(t.Find('(', 2), 8);
+    EXPECT_EQ(t.Find('(', 100), -1);
+    EXPECT_EQ(t.Find("I("), 7);
+    EXPECT_EQ(t.Find("zz"), -1);
+    EXPECT_EQ(t.ReverseFind(')'), 12);
+    EXPECT_EQ(t.FindOneOf(",)"), 5);
+    EXPECT_EQ(t.Left(6), "V(out)");
+    EXPECT_EQ(t.Right(6), "I(vin)");
+    EXPECT_EQ(t.Right(99), t);
+    EXPECT_EQ(t.Mid(7), "I(vin)");
+    EXPECT_EQ(t.Mid(2, 3), "out");
+    EXPECT_EQ(t.Mid(10, 100), "in)");
+    EXPECT_EQ(t.Left(-1), "");
+    EXPECT_EQ(t.Mid(100), "");
+
+    EXPECT_EQ(CString("Temp").CompareNoCase("TEMP"), 0);
+    EXPECT_LT(CString("abc").CompareNoCase("ABD"), 0);
+    EXPECT_GT(CString("abcd").CompareNoCase("ABC"), 0);
+    EXPECT_NE(CString("Temp").Compare("TEMP"), 0);
+    EXPECT_GT(CString("x").Compare(nullptr), 0);
+
+    CString r("a.b.c");
+    EXPECT_EQ(r.Replace(".", "::"), 2);
+    EXPECT_EQ(r, "a::b::c");
+    EXPECT_EQ(r.Replace("", "x"), 0);
+    EXPECT_EQ(CString("MiXeD").MakeUpper(), "MIXED");
+    EXPECT_EQ(CString("MiXeD").MakeLower(), "mixed");
+}
+
+TEST(Statements, SplitOnlyAtSemicolonsOutsideRecordsAndQuotes) {
+    CStringArray out;
+    DivideStringIntoStatements(
+        "begin-scope page AC; orvo MONTE a:string{x;y} b:list{c:string{\\{;\\}}}; "
+        "echo \"a;b\"; end-scope ",
+        out);
+    ASSERT_EQ(out.size(), 4u);
+    EXPECT_EQ(out[0], "begin-scope page AC");
+    EXPECT_EQ(out[1], " orvo MONTE a:string{x;y} b:list{c:string{\\{;\\}}}");
+    EXPECT_EQ(out[2], " echo \"a;b\"");
+    EXPECT_EQ(out[3], " end-scope ");
+
+    // An escaped closing brace inside a record does not end it.
+    DivideStringIntoStatements("orvo psweep s:string{\\};x};run", out);
+    ASSERT_EQ(out.size(), 2u);
+    EXPECT_EQ(out[1], "run");
+
+    // A lone quote inside a record does not swallow the rest of the script.
+    DivideStringIntoStatements("orvo x q:string{5\"};run", out);
+    ASSERT_EQ(out.size(), 2u);
+
+    DivideStringIntoStatements("a;;b;", out);
+    ASSERT_EQ(out.size(), 4u);
+    EXPECT_EQ(out[1], "");
+    EXPECT_EQ(out[3], "");
+}
+
+TEST(Helpers, ExpandNumberGivesEngineeringMantissaAndPrefix) {
+    double m = 0;
+    CString unit;
+    ExpandNumber(0.0015, "s", &m, &unit, 1, 1);
+    EXPECT_EQ(m, 1.5);
+    EXPECT_EQ(unit, "ms");
+    ExpandNumber(0, "s", &m, &unit, 1, 1);
+    EXPECT_EQ(m, 0);
+    EXPECT_EQ(unit, "s");
+    ExpandNumber(-2.2e-9, "F", &m, &unit, 1, 1);
+    EXPECT_DOUBLE_EQ(m, -2.2);
+    EXPECT_EQ(unit, "nF");
+    ExpandNumber(1e-3, "s", &m, &unit, 1, 1);
+    EXPECT_EQ(m, 1);
+    EXPECT_EQ(unit, "ms");
+    ExpandNumber(1000, "Hz", &m, &unit, 1, 1);
+    EXPECT_EQ(m, 1);
+    EXPECT_EQ(unit, "kHz");
+    ExpandNumber(999.5, "Hz", &m, &unit, 1, 1);
+    EXPECT_EQ(m, 999.5);
+    EXPECT_EQ(unit, "Hz");
+    ExpandNumber(4.7e-6, nullptr, &m, &unit, 1, 1);
+    EXPECT_DOUBLE_EQ(m, 4.7);
+    EXPECT_EQ(unit, "u");
+    ExpandNumber(5e15, "Hz", &m, &unit, 1, 1);
+    EXPECT_DOUBLE_EQ(m, 5000);
+    EXPECT_EQ(unit, "THz");
+    ExpandNumber(2e-18, "s", &m, &unit, 1, 1);
+    EXPECT_DOUBLE_EQ(m, 0.002);
+    EXPECT_EQ(unit, "fs");
+    ExpandNumber(0.00015, "s", &m, &unit, 1, 0);
+    EXPECT_DOUBLE_EQ(m, 150);
+    EXPECT_EQ(unit, "e-6s");
+    ExpandNumber(0.00015, "s", &m, &unit, 0, 0);
+    EXPECT_DOUBLE_EQ(m, 1.5);
+    EXPECT_EQ(unit, "e-4s");
+}
+
+TEST(Helpers, GcdAndLcmOfFrequenciesTolerateRounding) {
+    EXPECT_EQ(GCD(1000, 1500), 500);
+    EXPECT_NEAR(GCD(1000, 1500.0000001), 500, 1e-6);
+    EXPECT_NEAR(GCD(1500.0000001, 1000), 500, 1e-6);
+    EXPECT_EQ(GCD(60, 0), 60);
+    EXPECT_EQ(GCD(-60, 90), 30);
+    EXPECT_NEAR(GCD(0.3, 0.2), 0.1, 1e-12);
+    EXPECT_EQ(GCD(1e6, 1e6 + 1), 1);
+    EXPECT_EQ(LCM(1000, 1500), 3000);
+    EXPECT_NEAR(LCM(50, 60), 300, 1e-9);
+    EXPECT_EQ(LCM(0, 60), 0);
+}
+
+TEST(Helpers, GroundMemoryTicksAndStrings) {
+    EXPECT_EQ(ConvertNullToGround(""), "$0");
+    EXPECT_EQ(ConvertNullToGround("out"), "out");
+
+    MEMORYSTATUS status;
+    GlobalMemoryStatus(&status);
+    EXPECT_GT(status.dwTotalPhys, 1u << 20);
+    EXPECT_EQ(status.dwTotalPhys, GetTotalPhysicalMemory());
+
+    const uint32_t t0 = GetTickCount();
+    EXPECT_LE(static_cast<uint32_t>(GetTickCount() - t0), 1000u);
+
+    EXPECT_STREQ(GetResourceText(IDS_PROPERTY_ERR_UNTERMINATED), "unterminated '{' in item '%s'");
+    EXPECT_EQ(GetResourceString(IDS_PROPERTY_ERR_UNKNOWN_TYPE), "unknown type '%s' in item '%s'");
+    EXPECT_STREQ(GetResourceText(99999), "");
+}
