@@ -29,10 +29,10 @@ test-asan: build-asan
 
 fuzz: deps
 	@cmake --preset fuzz >/dev/null
-	@cmake --build --preset fuzz -j $(JOBS)
+	@cmake --build --preset fuzz -j $(JOBS) --target fuzz_property_text
 	@mkdir -p build/fuzz/corpus
 	@cp -n fuzz/corpus/* build/fuzz/corpus/ 2>/dev/null || true
-	@./build/fuzz/fuzz_property_text -max_total_time=$(FUZZ_SECONDS) -max_len=4096 \
+	@./build/fuzz/fuzz/fuzz_property_text -max_total_time=$(FUZZ_SECONDS) -max_len=4096 \
 	    -print_final_stats=1 build/fuzz/corpus
 
 bench: build
