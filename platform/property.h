@@ -12,6 +12,9 @@ class CPropertyList;
 
 /// One labelled value. Text form: label ':' type '{' value '}', e.g.
 /// "FSTART:double{1}" or "NODES:list{IncrPlot:int{1} Mode:int{0}}".
+/// The text form has no escape for labels: a label must not hold ':', braces
+/// or white space. String values write a backslash before each backslash and brace.
+/// Items are immutable values; copies are cheap (they share the value).
 class CPropertyItem {
 public:
     /// Value type codes, as GetTypeOfValue() reports them.
@@ -57,7 +60,8 @@ public:
     Type GetTypeOfValue() const;
 
     /// Typed getters convert from other value types where that makes sense
-    /// (a string "5" gives GetInt() == 5); otherwise they return 0 / "" / false.
+    /// (a string "5" gives GetInt() == 5, a double rounds to the nearest long,
+    /// a flag counts as 1 / true); otherwise they return 0 / "" / false.
     long GetInt() const;
     double GetDouble() const;
     CString GetString() const;
@@ -112,6 +116,7 @@ public:
     /// read before the first fault. Never throws, never crashes.
     PropertyParseResult Parse(std::string_view text);
 
+    /// Appends a copy; an empty item (it has no text form) is not added.
     void AddItem(const CPropertyItem& item);
     void AppendItems(const CPropertyList& other);
     int GetCount() const;
