@@ -106,7 +106,7 @@ int Settings::fromPropertyItem(const CPropertyItem& item) {
 std::vector<std::string> KnownNicknames() {
     std::vector<std::string> names;
     for (const CString& name : Analyses::AnalysisNicknames())
-        if (Analyses::NewAnalysisByNickname(name))
+        if (Analyses::NewAnalysisByNickname(name, nullptr))
             names.push_back(name.str());
     names.push_back(PostProcess::s_GetAnalysisNickname().str());
     return names;
@@ -126,7 +126,7 @@ std::optional<Settings> NewSettings(std::string_view nickname) {
         settings.postProcess = std::make_unique<PostProcess>();
         return settings;
     }
-    settings.analysis = Analyses::NewAnalysisByNickname(CString(nickname));
+    settings.analysis = Analyses::NewAnalysisByNickname(CString(nickname), nullptr);
     if (!settings.analysis)
         return std::nullopt;
     return settings;
