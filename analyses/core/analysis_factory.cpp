@@ -4,10 +4,13 @@
 // One include per analysis kind.
 #include "analyses/single/ac.h"
 #include "analyses/single/dc_sweep.h"
+#include "analyses/single/disto.h"
 #include "analyses/single/four.h"
+#include "analyses/single/noise.h"
 #include "analyses/single/op.h"
 #include "analyses/single/pz.h"
 #include "analyses/single/run.h"
+#include "analyses/single/sens.h"
 #include "analyses/single/tf.h"
 #include "analyses/single/tran.h"
 #include "analyses/single/user.h"
@@ -58,12 +61,18 @@ Analyses::Analysis* NewAnalysisOfType(Analyses::AnalysisType type, const Analyse
         return new Analyses::Tran(main);
     case T::Four:
         return new Analyses::Four(main);
+    case T::Noise:
+        return new Analyses::Noise(main);
+    case T::Disto:
+        return new Analyses::Disto(main);
     case T::DcSweep:
         return new Analyses::DcSweep(main);
     case T::Pz:
         return new Analyses::Pz(main);
     case T::Tf:
         return new Analyses::Tf(main);
+    case T::Sens:
+        return new Analyses::Sens(main);
     case T::User:
         return new Analyses::User(main);
     case T::Run:

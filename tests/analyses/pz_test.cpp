@@ -14,7 +14,8 @@ CString Command(const Pz& pz) {
 }
 
 CString AnalysisListText(const Analyses::Analysis& a) {
-    for (const CPropertyItem& item : a.toPropertyItem().GetPropertyList())
+    const CPropertyItem whole = a.toPropertyItem();
+    for (const CPropertyItem& item : whole.GetPropertyList())
         if (item.GetLabel() == "ANALYSIS")
             return item.GetPropertyList().GetList();
     return "<no ANALYSIS item>";

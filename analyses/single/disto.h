@@ -1,0 +1,40 @@
+// Distortion analysis: an AC sweep with an optional second tone at a fixed ratio.
+#pragma once
+
+#include "analyses/single/ac.h"
+
+#include <cstdint>
+
+class Analyses::Disto : public Analyses::Ac {
+public:
+    explicit Disto(const Analyses* main = nullptr);
+    Disto(const Disto&) = default;
+    Disto& operator=(const Disto&) = default;
+
+    static CString s_GetAnalysisNickname() { return "DISTO"; }
+
+    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
+    AnalysisType GetType() const override { return AnalysisType::Disto; }
+    void reset() override;
+    Analysis* NewInstance() const override { return new Disto(GetMainAnalyses()); }
+    Analysis* Clone() const override { return new Disto(*this); }
+    Analysis* Clone(Instance*&) const override { return new Disto(*this); }
+    int GetNodeType() const override { return AT_DISTO; }
+    int GetOutputVariableClass() const override { return OVC_CKTnames; }
+
+    /// Second frequency as a fraction of the swept one (stored as "F1OVERF2").
+    double GetF2overF1() const { return f2OverF1_; }
+    void SetF2overF1(double r) { f2OverF1_ = r; }
+    int GetUseF2overF1() const { return useF2OverF1_; }
+    void SetUseF2overF1(int v) { useF2OverF1_ = v; }
+
+protected:
+    CString toNutmegCommandHelper() const override;
+    CPropertyList toPropertyListHelper() const override;
+    int fromPropertyListHelper(const CPropertyList& list) override;
+    void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
+
+private:
+    double f2OverF1_ = 0.1;
+    int32_t useF2OverF1_ = 0;
+};

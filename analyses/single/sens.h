@@ -1,0 +1,145 @@
+// Sensitivity analysis: how one output changes with every circuit parameter, at the
+// operating point or over an AC sweep.
+#pragma once
+
+#include "analyses/core/analysis_proxy.h"
+#include "analyses/single/ac.h"
+#include "analyses/single/op.h"
+
+#include <cstdint>
+
+/// The settings of a sensitivity analysis. Its proxy borrows one of the two embedded
+/// analyses (AC or operating point) and so decides the sensitivity type; copies point
+/// their proxy at their own embedded analysis, never at the source's.
+class SensAnalysis {
+public:
+    explicit SensAnalysis(const Analyses* main = nullptr);
+    SensAnalysis(const SensAnalysis& other);
+    SensAnalysis& operator=(const SensAnalysis& other);
+    virtual ~SensAnalysis();
+
+    virtual void reset();
+    virtual Analyses::AnalysisType GetType() const { return Analyses::AnalysisType::Sens; }
+    virtual CString GetAnalysisNickname() const { return s_GetAnalysisNickname(); }
+    virtual int GetNodeType() const { return AT_SENS; }
+    virtual int GetOutputVariableClass() const;
+
+    static CString s_GetAnalysisNickname() { return "SENS"; }
+
+    // The setters trim blanks at both ends; names read from a record are kept as stored.
+    const CString& GetCurrentSource() const { return currentSource_; }
+    const CString& GetOutputNode() const { return outputNode_; }
+    const CString& GetOutputRefNode() const { return outputRefNode_; }
+    void SetCurrentSource(CString s) { currentSource_ = s.Trim(); }
+    void SetOutputNode(CString s) { outputNode_ = s.Trim(); }
+    void SetOutputRefNode(CString s) { outputRefNode_ = s.Trim(); }
+
+    /// 1: absolute sensitivities; 0: relative ones.
+    int GetUseAbsoluteScaling() const { return useAbsoluteScaling_; }
+    void SetUseAbsoluteScaling(int v) { useAbsoluteScaling_ = v; }
+    /// 1: the output is the current through the current source; 0: a node voltage.
+    int GetUseCurrentSource() const { return useCurrentSource_; }
+    void SetUseCurrentSource(int v) { useCurrentSource_ = v; }
+
+    Analyses::NodeFilter GetNodeFilterCurrentSource() const { return filterCurrentSource_; }
+    Analyses::NodeFilter GetNodeFilterOutputNode() const { return filterOutputNode_; }
+    Analyses::NodeFilter GetNodeFilterOutputRefNode() const { return filterOutputRefNode_; }
+    void SetNodeFilterCurrentSource(Analyses::NodeFilter f) { filterCurrentSource_ = f; }
+    void SetNodeFilterOutputNode(Analyses::NodeFilter f) { filterOutputNode_ = f; }
+    void SetNodeFilterOutputRefNode(Analyses::NodeFilter f) { filterOutputRefNode_ = f; }
+
+    /// The embedded sweep and operating point; both live as long as this object.
+    Analyses::Ac& GetAc() { return ac_; }
+    const Analyses::Ac& GetAc() const { return ac_; }
+    Analyses::Op& GetOp() { return op_; }
+    const Analyses::Op& GetOp() const { return op_; }
+    /// Non-owning handle to the embedded analysis in use.
+    Analyses::AnalysisProxy& GetSensAnalysis() { return proxy_; }
+    const Analyses::AnalysisProxy& GetSensAnalysis() const { return proxy_; }
+
+    /// Ac or Op: the kind of the embedded analysis the proxy points at.
+    Analyses::AnalysisType GetSensType() const;
+    /// Ac selects the embedded sweep, any other value the operating point; the
+    /// settings of the one not selected are kept.
+    void SetSensType(Analyses::AnalysisType type);
+
+    const Analyses* GetMainAnalyses() const { return main_; }
+
+    CString toNutmegCommand() const;
+    CPropertyList toPropertyList() const;
+    int fromPropertyList(const CPropertyList& list);
+    void toReadableText(CTreeLog& log, _TREEITEM* parent) const;
+
+private:
+    const Analyses* main_;
+    Analyses::NodeFilter filterCurrentSource_ = Analyses::NF_NONE;
+    Analyses::NodeFilter filterOutputNode_ = Analyses::NF_NONE;
+    Analyses::NodeFilter filterOutputRefNode_ = Analyses::NF_NONE;
+    CString currentSource_;
+    CString outputNode_;
+    CString outputRefNode_;
+    int32_t useAbsoluteScaling_ = 1;
+    int32_t useCurrentSource_ = 0;
+    Analyses::AnalysisProxy proxy_;
+    Analyses::Ac ac_;
+    Analyses::Op op_;
+};
+
+class Analyses::Sens : public Analyses::Analysis {
+public:
+    explicit Sens(const Analyses* main = nullptr);
+    Sens(const Sens&) = default;
+    Sens& operator=(const Sens&) = default;
+
+    static CString s_GetAnalysisNickname() { return SensAnalysis::s_GetAnalysisNickname(); }
+
+    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
+    AnalysisType GetType() const override { return AnalysisType::Sens; }
+    void reset() override;
+    Analysis* NewInstance() const override { return new Sens(GetMainAnalyses()); }
+    Analysis* Clone() const override { return new Sens(*this); }
+    Analysis* Clone(Instance*&) const override { return new Sens(*this); }
+    int GetNodeType() const override { return settings_.GetNodeType(); }
+    int GetOutputVariableClass() const override { return settings_.GetOutputVariableClass(); }
+
+    const CString& GetCurrentSource() const { return settings_.GetCurrentSource(); }
+    const CString& GetOutputNode() const { return settings_.GetOutputNode(); }
+    const CString& GetOutputRefNode() const { return settings_.GetOutputRefNode(); }
+    void SetCurrentSource(CString s) { settings_.SetCurrentSource(std::move(s)); }
+    void SetOutputNode(CString s) { settings_.SetOutputNode(std::move(s)); }
+    void SetOutputRefNode(CString s) { settings_.SetOutputRefNode(std::move(s)); }
+    int GetUseAbsoluteScaling() const { return settings_.GetUseAbsoluteScaling(); }
+    void SetUseAbsoluteScaling(int v) { settings_.SetUseAbsoluteScaling(v); }
+    int GetUseCurrentSource() const { return settings_.GetUseCurrentSource(); }
+    void SetUseCurrentSource(int v) { settings_.SetUseCurrentSource(v); }
+    NodeFilter GetNodeFilterCurrentSource() const { return settings_.GetNodeFilterCurrentSource(); }
+    NodeFilter GetNodeFilterOutputNode() const { return settings_.GetNodeFilterOutputNode(); }
+    NodeFilter GetNodeFilterOutputRefNode() const { return settings_.GetNodeFilterOutputRefNode(); }
+    void SetNodeFilterCurrentSource(NodeFilter f) { settings_.SetNodeFilterCurrentSource(f); }
+    void SetNodeFilterOutputNode(NodeFilter f) { settings_.SetNodeFilterOutputNode(f); }
+    void SetNodeFilterOutputRefNode(NodeFilter f) { settings_.SetNodeFilterOutputRefNode(f); }
+    Ac& GetAc() { return settings_.GetAc(); }
+    const Ac& GetAc() const { return settings_.GetAc(); }
+    Op& GetOp() { return settings_.GetOp(); }
+    const Op& GetOp() const { return settings_.GetOp(); }
+    AnalysisType GetSensType() const { return settings_.GetSensType(); }
+    void SetSensType(AnalysisType t) { settings_.SetSensType(t); }
+    AnalysisProxy& GetSensAnalysis() { return settings_.GetSensAnalysis(); }
+    const AnalysisProxy& GetSensAnalysis() const { return settings_.GetSensAnalysis(); }
+
+    SensAnalysis& GetSettings() { return settings_; }
+    const SensAnalysis& GetSettings() const { return settings_; }
+
+protected:
+    CString toNutmegCommandHelper() const override { return settings_.toNutmegCommand(); }
+    CPropertyList toPropertyListHelper() const override { return settings_.toPropertyList(); }
+    int fromPropertyListHelper(const CPropertyList& list) override {
+        return settings_.fromPropertyList(list);
+    }
+    void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override {
+        settings_.toReadableText(log, parent);
+    }
+
+private:
+    SensAnalysis settings_;
+};
