@@ -53,10 +53,11 @@ std::string FormatNumber(double v) {
     return CString::Formatted("%lg", v).str();
 }
 
-// The simulator options of the dialect that this ngspice build knows (its option table, with
-// the XSPICE additions, checked against ngspice 39). A dialect option missing here is reported
-// once and skipped, because ngspice silently stores unknown option names as variables.
-constexpr std::array<std::string_view, 38> kNgspiceOptions = {
+// The simulator options the analysis model writes as "set NAME ...". ngspice 39 knows every one
+// of them as an option (checked against its option table), but the last nine exist only in builds
+// with the XSPICE extensions. ngspice silently keeps an unknown option name as a variable, so
+// the host has to know which ones would be lost.
+constexpr std::array<std::string_view, 38> kDialectOptions = {
     "acct",        "gmin",       "reltol",       "abstol",    "vntol",       "trtol",
     "chgtol",      "pivtol",     "pivrel",       "tnom",      "itl1",        "itl2",
     "itl4",        "defl",       "defw",         "defad",     "defas",       "bypass",
@@ -64,10 +65,9 @@ constexpr std::array<std::string_view, 38> kNgspiceOptions = {
     "noopiter",    "method",     "trytocompact", "badmos3",   "keepopinfo",  "noopalter",
     "ramptime",    "maxevtiter", "maxopalter",   "convlimit", "convabsstep", "convstep",
     "autopartial", "rshunt"};
-
-// The option names the analysis model writes as "set NAME ...". Kept apart from the table above
-// so that a simulator without some of them still recognises the statement as an option.
-constexpr std::array<std::string_view, 38> kDialectOptions = kNgspiceOptions;
+constexpr std::array<std::string_view, 9> kXspiceOptions = {
+    "noopalter", "ramptime",    "maxevtiter",  "maxopalter", "convlimit",
+    "convstep",  "convabsstep", "autopartial", "rshunt"};
 
 bool IsIn(std::string_view name, const auto& table) {
     return std::find(table.begin(), table.end(), name) != table.end();
@@ -376,6 +376,11 @@ void Execution::Statement(const std::string& stmt) {
         Send("run");
         return;
     }
+    if (word == "quit" || word == "exit") {
+        // The session belongs to the process, not to one script.
+        Fail(std::string(GetResourceText(IDS_HOST_QUIT_REFUSED)) + stmt);
+        return;
+    }
     if (word == "orvo") {
         const std::string key = tokens.size() > 1 ? tokens[1] : std::string();
         Fail(std::string(GetResourceText(IDS_HOST_COMPOUND_NOT_AVAILABLE)) + key);
@@ -463,7 +468,7 @@ void Execution::Set(const std::string& stmt, const std::vector<std::string>& tok
         return;
     }
     if (IsIn(key, kDialectOptions)) {
-        if (!IsIn(key, kNgspiceOptions)) {
+        if (IsIn(key, kXspiceOptions) && !session_.HasXspice()) {
             Note(CString::Formatted(GetResourceText(IDS_HOST_OPTION_UNSUPPORTED), key.c_str())
                      .str());
             return;

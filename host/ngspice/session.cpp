@@ -234,6 +234,9 @@ CommandResult NgSpiceSession::Command(std::string_view command) {
     if (listener_ && !result.plots.empty())
         listener_->OnEndPlot();
     if (result.exitRequested) {
+        // After an exit request ngspice has dropped its circuits (after "quit") or left them in an
+        // unknown state; a new circuit has to be loaded before the next analysis.
+        hasCircuit_ = false;
         result.ok = false;
         if (result.error.empty())
             result.error = GetResourceText(IDS_HOST_EXIT_REQUESTED);
@@ -377,6 +380,17 @@ bool NgSpiceSession::ReadVector(const std::string& name, VectorData& out) {
         out.re.assign(info->v_realdata, info->v_realdata + len);
     }
     return true;
+}
+
+bool NgSpiceSession::HasXspice() {
+    std::lock_guard lock(SessionMutex());
+    if (xspice_ < 0) {
+        const CommandResult r = Command("version -f");
+        xspice_ = std::any_of(r.out.begin(), r.out.end(), [](const std::string& l) {
+            return l.find("XSPICE extensions included") != std::string::npos;
+        });
+    }
+    return xspice_ != 0;
 }
 
 std::vector<std::string> NgSpiceSession::DeviceNames() {

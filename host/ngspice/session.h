@@ -120,6 +120,9 @@ public:
     /// The listener receives the plot data of later commands; null stops forwarding.
     void SetListener(PlotListener* listener) { listener_ = listener; }
 
+    /// Whether this ngspice build has the XSPICE extensions (asked once, then remembered).
+    bool HasXspice();
+
     /// True once when a listener asked to stop since the last call.
     bool TakeStopRequest() {
         const bool r = stopRequested_;
@@ -154,6 +157,7 @@ private:
     bool hasCircuit_ = false;
     bool exitRequested_ = false;
     bool stopRequested_ = false;
+    int xspice_ = -1; ///< unknown until asked
     std::vector<KnownPlot> plots_;
     std::vector<double> rowRe_, rowIm_; ///< reused for every data row
     unsigned rowsSincePoll_ = 0;

@@ -320,6 +320,17 @@ TEST_F(ScriptRunnerTest, TemperatureAndOptionStatementsReachTheSimulator) {
                         "set tnom = 300.15; " +
                         kDefaultOptions.substr(2)),
                 room, 1e-6);
+    // "show all" lists every device, also the independent sources that ngspice's own listing
+    // of all their parameters cannot print, and devices inside subcircuits.
+    Load("show\ni1 0 a dc 1m\nd1 a 0 dm\nx1 a sub\n.subckt sub p\nv1 p q dc 0\nr1 q 0 1k\n"
+         ".ends\n.model dm d\n.end\n");
+    const RunResult& shown = Run("begin-scope page OP; op  -env-options ; show all; end-scope ");
+    ASSERT_TRUE(shown.ok) << shown.error;
+    std::string log;
+    for (const auto& l : shown.pages.at(0).log)
+        log += l + "\n";
+    for (const char* s : {"Isource", "Vsource", "v.x1.v1", "r.x1.r1", "Junction Diode"})
+        EXPECT_NE(log.find(s), std::string::npos) << s;
 }
 
 TEST_F(ScriptRunnerTest, FourierStatementBecomesChartAndSpectrumPage) {
@@ -385,6 +396,9 @@ TEST_F(ScriptRunnerTest, ErrorsCarryNgspiceMessagesAndKeepEarlierPages) {
     const RunResult& orvo = Run("begin-scope page MC; orvo MONTE a:int{1}; end-scope ");
     EXPECT_FALSE(orvo.ok);
     EXPECT_EQ(orvo.error, "Compound analyses are not available yet: MONTE");
+    const RunResult& quit = Run("quit");
+    EXPECT_FALSE(quit.ok);
+    EXPECT_EQ(quit.error, "A script cannot end the simulator session: quit");
     const RunResult& unknown = Run("frobnicate 3");
     EXPECT_FALSE(unknown.ok);
     EXPECT_NE(unknown.error.find("frobnicate"), std::string::npos);
@@ -417,6 +431,25 @@ TEST_F(ScriptRunnerTest, RawFileIsWrittenAndListenerSeesEveryRow) {
     EXPECT_EQ(counter.plot, "AC Analysis");
     EXPECT_EQ(last_.pages.at(0).x.size(), 31u);
     EXPECT_TRUE(std::filesystem::exists(raw));
+}
+
+TEST_F(ScriptRunnerTest, StopRequestEndsTheRunBetweenStatementsAndStatusNamesTheAnalysis) {
+    Load(kDivider);
+    std::vector<std::string> status;
+    int polls = 0;
+    host::RunOptions options;
+    options.status = [&](const std::string& s) { status.push_back(s); };
+    options.stopRequested = [&] { return ++polls > 3; };
+    last_ = runner_.Run("begin-scope page A; save v(mid); op  -env-options ; end-scope ; "
+                        "begin-scope page B; save v(mid); op  -env-options ; end-scope ",
+                        options);
+    EXPECT_TRUE(last_.ok);
+    ASSERT_EQ(last_.pages.size(), 1u);
+    EXPECT_NE(FindTrace(last_.pages[0], "v(mid)"), nullptr);
+    ASSERT_EQ(last_.notes.size(), 1u);
+    EXPECT_EQ(last_.notes[0], "The run was stopped.");
+    ASSERT_FALSE(status.empty());
+    EXPECT_EQ(status[0], "Simulating... op");
 }
 
 } // namespace
