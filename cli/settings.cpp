@@ -221,8 +221,13 @@ std::optional<Settings> LoadSettings(const std::string& nickname, const std::str
                                  .view());
             return std::nullopt;
         }
+        // Editors on some systems start a UTF-8 file with a byte-order mark;
+        // it is no part of the settings, and columns count from after it.
+        std::string_view body = *text;
+        if (body.starts_with("\xEF\xBB\xBF"))
+            body.remove_prefix(3);
         const std::optional<CPropertyItem> item =
-            FindSettingsItem(*text, *settingsPath, nickname, err);
+            FindSettingsItem(body, *settingsPath, nickname, err);
         if (!item)
             return std::nullopt;
         // The readers skip a value of the wrong type without a word, so mistyped

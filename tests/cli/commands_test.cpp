@@ -125,6 +125,16 @@ TEST_F(SettingsFile, EditedSettingsChangeTheScript) {
     EXPECT_EQ(r.out, "-param vscale lin; -param hscale lin; -param hrange 10 1e+06; "
                      "ac  -env-options lin 100 10 1e+06 \n");
 
+    // A byte-order mark and CR LF line ends, as some editors save, change nothing.
+    std::string dos = "\xEF\xBB\xBF";
+    for (const char c : std::string("AC:list{\n  ANALYSIS:list{VARIATION:string{lin}\n"
+                                    "    NPOINTS_PER_VARIATION:double{100} FSTART:double{10}\n"
+                                    "    FSTOP:double{1e6}}}\n"))
+        dos += c == '\n' ? std::string("\r\n") : std::string(1, c);
+    Result fromDos = Canal({"script", "AC", "--mask", "1", "--settings", Write("dos.txt", dos)});
+    EXPECT_EQ(fromDos.status, 0) << fromDos.err;
+    EXPECT_EQ(fromDos.out, r.out);
+
     // What props writes for the edited settings reads back to the same script.
     Result props = Canal({"props", "AC", "--settings", path});
     ASSERT_EQ(props.status, 0);
@@ -166,13 +176,20 @@ TEST_F(SettingsFile, UnreadableOrWrongSettingsExitWithUsageStatus) {
     Result folder = Canal({"props", "AC", "--settings", Path("")});
     EXPECT_EQ(folder.status, 2) << folder.err;
 
-    const std::string bad = Write("bad.txt", "AC:list{\n  ANALYSIS:list{FSTART:double{10}\n");
+    const std::string bad = Write("bad.txt", "AC:list{\n"
+                                             "  ANALYSIS:list{FSTART:double{10}}\n"
+                                             "  BAD:nosuchtype{1}}\n");
     Result malformed = Canal({"script", "AC", "--settings", bad});
     EXPECT_EQ(malformed.status, 2);
-    EXPECT_EQ(malformed.err.find("canal: " + bad + ":"), 0u) << malformed.err;
-    EXPECT_TRUE(malformed.err.find(bad + ":2:") != std::string::npos ||
-                malformed.err.find(bad + ":3:") != std::string::npos)
-        << "stops on the unfinished lines: " << malformed.err;
+    EXPECT_EQ(malformed.out, "");
+    EXPECT_EQ(malformed.err.find("canal: " + bad + ":3:"), 0u) << malformed.err;
+    EXPECT_NE(malformed.err.find("nosuchtype"), std::string::npos) << "the parser's own message";
+    const std::string unfinished = Write("unfinished.txt", "AC:list{\n  ANALYSIS:list{\n");
+    Result open = Canal({"script", "AC", "--settings", unfinished});
+    EXPECT_EQ(open.status, 2);
+    EXPECT_TRUE(open.err.find(unfinished + ":1:") != std::string::npos ||
+                open.err.find(unfinished + ":2:") != std::string::npos)
+        << open.err;
 
     const std::string empty = Write("empty.txt", " \n\t\n");
     EXPECT_EQ(Canal({"props", "AC", "--settings", empty}).status, 2);
