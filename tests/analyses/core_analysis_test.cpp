@@ -1,0 +1,320 @@
+// Analysis base: persistence quirks, acceptance, readiness, defaults and readable text.
+#include "analyses/core/analysis.h"
+#include "analyses/single/op.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using Analysis = Analyses::Analysis;
+
+CPropertyItem ParseItem(const CString& text) {
+    CPropertyItem item;
+    CPropertyList(text).GetNth(0, item);
+    return item;
+}
+
+CPropertyItem OpRecord(const char* fields) {
+    return CPropertyItem("OP", CPropertyList(fields));
+}
+
+// An analysis whose own check keeps the accept-error word, as the transient one does.
+class KeepingOp : public Analyses::Op {
+public:
+    long extraBits = 0;
+    long checkError() override { return static_cast<long>(GetAcceptErrors()) | extraBits; }
+};
+
+// Lets bit 1 through, as analyses with a full command mask do.
+class AllBitsOp : public Analyses::Op {
+protected:
+    long toNutmegCommandMask() const override { return -1; }
+};
+
+TEST(AnalysisBase, StartsFromDocumentedDefaults) {
+    Analyses::Op op;
+    EXPECT_EQ(op.GetMainAnalyses(), nullptr);
+    EXPECT_EQ(op.GetDiscardPlot(), 1);
+    EXPECT_EQ(op.GetUseAnalysisOptions(), 1);
+    EXPECT_TRUE(op.IsUseVeltraneDefaults());
+    EXPECT_EQ(op.GetAnalysisIdentifier(), 0);
+    EXPECT_EQ(op.GetMaxPoints(), Analysis::s_GetDefaultMaxPoints());
+    EXPECT_GT(Analysis::s_GetDefaultMaxPoints(), 0);
+    EXPECT_LE(Analysis::s_GetDefaultMaxPoints(), 128000);
+    EXPECT_EQ(op.GetAnalysisProperty(), -1);
+    EXPECT_EQ(op.KeepTrackOfCurrentsAtComponentTerminals(), 0);
+    EXPECT_EQ(op.LoadFromMainAnalysis(), 0);
+
+    op.reset_for_instrument(0);
+    EXPECT_EQ(op.GetMaxPoints(), 1000);
+
+    int a = 7, b = 7;
+    op.ShowDialog(nullptr, COkCancelSimulate::Ok, &a, &b);
+    EXPECT_EQ(a, 0);
+    EXPECT_EQ(b, 0);
+    op.ShowDialog(nullptr, COkCancelSimulate::Ok, nullptr, nullptr);
+}
+
+TEST(AnalysisBase, IdentifierResetsTitleToReadableName) {
+    Analyses::Op op;
+    op.SetPlotTitle("Mine");
+    op.SetAnalysisIdentifier(4);
+    EXPECT_EQ(op.GetAnalysisIdentifier(), 4);
+    EXPECT_EQ(op.GetPlotTitle(), "DC operating point");
+    op.SetAnalysisReadableName("Bias point");
+    EXPECT_EQ(op.IncAnalysisIdentifier(), 5);
+    op.SetAnalysisIdentifier(0);
+    EXPECT_EQ(op.GetPlotTitle(), "Bias point");
+
+    EXPECT_EQ(Analysis::s_GetDefaultReadableName(15), "(N/A) Analysis Options");
+    EXPECT_EQ(Analysis::s_GetDefaultReadableName(18), "Noise Figure Analysis");
+    EXPECT_EQ(Analysis::s_GetDefaultReadableName(19), "---------------------------");
+    EXPECT_EQ(Analysis::s_GetDefaultReadableName(-1), "---------------------------");
+}
+
+TEST(AnalysisBase, PropertyRoundTripOfEditedAnalysis) {
+    Analyses::Op op;
+    op.SetPlotTitle("Bias {1}");
+    op.SetAnalysisRawfile("c:\\results\\bias.raw");
+    op.SetAnalysisReadableName("Bias point");
+    op.SetMaxPoints(20000);
+    op.SetDiscardPlot(0);
+    op.UseVeltraneDefaults(false);
+    op.GetAnalysisOptions(0).SetIsEnabledOption(AnalysisOptions::gmin, 1);
+    op.GetAnalysisOptions(0).SetOption(AnalysisOptions::gmin, CPropertyItem("gmin", 1e-9));
+    op.GetAnalysisOptions(0).SetIsEnabledOption(AnalysisOptions::method, 1);
+    op.GetAnalysisOptions(0).SetOption(AnalysisOptions::method,
+                                       CPropertyItem("method", CString("gear")));
+    Analyses::AnalysisNodes& nodes = op.GetAnalysisNodes();
+    nodes.GetNodes().AddName("v(out)", 1, 256 | 512);
+    nodes.GetUserNodes().AddName("v(in)", 1, 256);
+    nodes.SetMode(Analyses::AnalysisNodes::Nodes);
+    nodes.SetIncrPlot(0);
+    nodes.SetAxis(Analyses::AnalysisNodes::HAxis, ST_LOG);
+    nodes.GetAxes().GetRange(Analyses::AnalysisNodes::VAxis) = CMinMax(-1, 2.5);
+
+    const CString text = op.toPropertyItem().GetField();
+    Analyses::Op read;
+    ASSERT_EQ(read.fromPropertyItem(ParseItem(text)), 1) << text.c_str();
+    EXPECT_EQ(read.toPropertyItem().GetField(), text);
+    EXPECT_EQ(read.toNutmegCommand(-1), op.toNutmegCommand(-1));
+    EXPECT_FALSE(read.IsUseVeltraneDefaults());
+    EXPECT_EQ(read.GetAnalysisNodes().GetRefAnalysis(), &read);
+
+    // Copying goes through the same record.
+    Analyses::Op copy;
+    copy = op;
+    EXPECT_EQ(copy.toPropertyItem().GetField(), text);
+}
+
+TEST(AnalysisBase, WritesKeysInFixedOrder) {
+    Analyses::Op op;
+    CStringArray labels;
+    const CPropertyItem record = op.toPropertyItem();
+    for (const CPropertyItem& item : record.GetPropertyList())
+        labels.push_back(item.GetLabel());
+    const CStringArray expected = {"NODES",      "ANALYSIS",      "ANALYSIS_ID",   "PLOT_TITLE",
+                                   "MAX_POINTS", "DISCARD_PLOTS", "READABLE_NAME", "RAWFILE_NAME",
+                                   "ORVO_OPT",   "USE_ORVO_OPT",  "VLT_ORVO_OPT"};
+    EXPECT_EQ(labels, expected);
+}
+
+TEST(AnalysisBase, IntegerIdentifierIsNotReadBack) {
+    Analyses::Op op;
+    EXPECT_EQ(op.fromPropertyItem(OpRecord("ANALYSIS_ID:int{5}")), 1);
+    EXPECT_EQ(op.GetAnalysisIdentifier(), 0);
+    // Any other value type is read through the integer getter.
+    EXPECT_EQ(op.fromPropertyItem(OpRecord("ANALYSIS_ID:string{5}")), 1);
+    EXPECT_EQ(op.GetAnalysisIdentifier(), 5);
+}
+
+TEST(AnalysisBase, DefaultOptionFlagFollowsUseOptionsWhenAbsent) {
+    Analyses::Op op;
+    EXPECT_EQ(op.fromPropertyItem(OpRecord("USE_ORVO_OPT:int{0}")), 1);
+    EXPECT_FALSE(op.IsUseVeltraneDefaults());
+    EXPECT_EQ(op.fromPropertyItem(OpRecord("USE_ORVO_OPT:int{1}")), 1);
+    EXPECT_TRUE(op.IsUseVeltraneDefaults());
+    EXPECT_EQ(op.fromPropertyItem(OpRecord("USE_ORVO_OPT:int{1} VLT_ORVO_OPT:int{0}")), 1);
+    EXPECT_FALSE(op.IsUseVeltraneDefaults());
+    // An empty record applies the same rule to the flag as it stands.
+    op.SetUseAnalysisOptions(0);
+    op.UseVeltraneDefaults(true);
+    EXPECT_EQ(op.fromPropertyItem(OpRecord("")), 1);
+    EXPECT_FALSE(op.IsUseVeltraneDefaults());
+}
+
+TEST(AnalysisBase, ReaderGoesOnPastBadFields) {
+    Analyses::Op op;
+    op.SetMaxPoints(1);
+    EXPECT_EQ(op.fromPropertyItem(OpRecord("BOGUS:int{1} PLOT_TITLE:string{After} "
+                                           "MAX_POINTS:string{7} DISCARD_PLOTS:int{0}")),
+              0);
+    EXPECT_EQ(op.GetPlotTitle(), "After");
+    EXPECT_EQ(op.GetDiscardPlot(), 0);
+    // A wrongly typed value is skipped and the reset value stays.
+    EXPECT_EQ(op.GetMaxPoints(), Analysis::s_GetDefaultMaxPoints());
+
+    EXPECT_EQ(op.fromPropertyItem(OpRecord("ANALYSIS:int{1} READABLE_NAME:string{R}")), 0);
+    EXPECT_EQ(op.GetAnalysisReadableName(), "R");
+    EXPECT_EQ(op.fromPropertyItem(OpRecord("ORVO_OPT:list{1:list{gmin:double{1}}}")), 0);
+    EXPECT_EQ(op.fromPropertyItem(OpRecord("ORVO_OPT:int{3}")), 1);
+
+    EXPECT_EQ(op.fromPropertyItem(CPropertyItem("OP", 3L)), 0);
+    EXPECT_EQ(op.fromPropertyItem(CPropertyItem("op", CPropertyList())), 0);
+}
+
+TEST(AnalysisBase, AcceptanceNeedsTenThousandPointsWhereTheWordIsKept) {
+    Analyses::Op plain;
+    plain.SetMaxPoints(9999);
+    EXPECT_EQ(plain.CanAccept(), 1); // the base check drops the word
+    EXPECT_EQ(plain.ExplainWhyCannotAccept(), "");
+
+    KeepingOp op;
+    op.SetMaxPoints(10000);
+    EXPECT_EQ(op.CanAccept(), 1);
+    op.SetMaxPoints(9999);
+    EXPECT_EQ(op.CanAccept(), 0);
+    EXPECT_EQ(op.ExplainWhyCannotAccept(),
+              "Maximum number of points for plot should be larger than 10000\n");
+    EXPECT_EQ(op.GetAcceptErrors(), 0u);
+    EXPECT_EQ(op.ExplainWhyCannotAccept(), "");
+
+    op.SetMaxPoints(20000);
+    op.extraBits = 2;
+    EXPECT_EQ(op.CanAccept(), 0);
+    EXPECT_EQ(op.ExplainWhyCannotAccept(), "Time step cannot exceed the maximum time step");
+    op.SetMaxPoints(5);
+    EXPECT_EQ(op.CanAccept(), 0);
+    EXPECT_EQ(op.ExplainWhyCannotAccept(),
+              "Maximum number of points for plot should be larger than 10000\n");
+}
+
+TEST(AnalysisBase, SimulationNeedsASavedVariable) {
+    Analyses::Op op;
+    EXPECT_EQ(op.CanSimulate(), 0);
+    EXPECT_EQ(op.ExplainWhyCannotSimulate(),
+              "Output variables must be specified before\nperforming a simulation.");
+    op.GetAnalysisNodes().GetNodes().AddName("v(1)", 0, 512);
+    EXPECT_EQ(op.CanSimulate(), 0);
+    op.GetAnalysisNodes().GetNodes().AddName("v(2)", 0, 256);
+    EXPECT_EQ(op.CanSimulate(), 1);
+    EXPECT_EQ(op.ExplainWhyCannotSimulate(), "");
+}
+
+TEST(AnalysisBase, SameAsDefaultErasesEdits) {
+    Analyses::Op op;
+    op.SetMaxPoints(12345);
+    op.GetAnalysisOptions(1).SetIsEnabledOption(AnalysisOptions::gmin, 1);
+    op.GetAnalysisNodes().GetNodes().AddName("v(1)", 0, 256);
+    EXPECT_EQ(op.SameAsDefault(), 1);
+    EXPECT_EQ(op.GetMaxPoints(), Analysis::s_GetDefaultMaxPoints());
+    EXPECT_EQ(op.GetAnalysisOptions(1).GetIsEnabledOption(AnalysisOptions::gmin), 0);
+    EXPECT_EQ(op.GetAnalysisNodes().GetNodes().GetCount(), 0u);
+}
+
+TEST(AnalysisBase, MinPropertyListIsEmptyOnlyAtDefaults) {
+    Analyses::Op op;
+    EXPECT_EQ(op.GetMinPropertyList(), "");
+    op.GetAnalysisOptions(0).SetIsEnabledOption(AnalysisOptions::gmin, 1);
+    EXPECT_EQ(op.GetMinPropertyList(), op.toPropertyItem().GetField());
+    EXPECT_EQ(op.GetAnalysisOptions(0).GetIsEnabledOption(AnalysisOptions::gmin), 1);
+}
+
+TEST(AnalysisBase, OptionSetInForceFollowsTheDefaultFlag) {
+    Analyses::Op op;
+    EXPECT_EQ(&op.GetAnalysisOptions(2), &op.GetAnalysisOptions(1));
+    op.SetUseAnalysisOptions(0);
+    EXPECT_EQ(&op.GetAnalysisOptions(2), &op.GetAnalysisOptions(1));
+    op.UseVeltraneDefaults(false);
+    EXPECT_EQ(&op.GetAnalysisOptions(2), &op.GetAnalysisOptions(0));
+    EXPECT_NE(&op.GetAnalysisOptions(0), &op.GetAnalysisOptions(1));
+}
+
+TEST(AnalysisBase, FullCommandMaskPassesTheSaveAllFlag) {
+    AllBitsOp op;
+    op.GetAnalysisNodes().GetNodes().AddName("v(1)", 0, 256);
+    EXPECT_EQ(op.toNutmegCommand(Analysis::NT_PLOT_SETUP | Analysis::NT_IPLOT_FLAG),
+              "checknodes 1; save all; iplot ; ; ; if-error end-scope audit-log-show");
+    EXPECT_EQ(op.toNutmegCommand(Analysis::NT_PLOT_SETUP),
+              "checknodes 1; save v(1); iplot ; ; ; if-error end-scope audit-log-show");
+}
+
+TEST(AnalysisBase, SimulatorNamesAndAxisValues) {
+    CString name = "ac analysis";
+    Analysis::ConvertXspiceAnalysisName(name);
+    EXPECT_EQ(name, "AC Analysis");
+    name = "SENSITIVITY-2 ANALYSIS";
+    Analysis::ConvertXspiceAnalysisName(name);
+    EXPECT_EQ(name, "Sensitivity-2 Analysis");
+    name = "dc transfer characteristic";
+    Analysis::ConvertXspiceAnalysisName(name);
+    EXPECT_EQ(name, "DC Transfer Characteristic");
+    name = "Custom plot";
+    Analysis::ConvertXspiceAnalysisName(name);
+    EXPECT_EQ(name, "Custom plot");
+
+    EXPECT_EQ(Analysis::ConvertAnalysisToXAxisValue(2, 0.0015, nullptr), "1.500 ms");
+    EXPECT_EQ(Analysis::ConvertAnalysisToXAxisValue(1, 2500.0, "Hz"), "2.500 kHz");
+}
+
+TEST(AnalysisBase, ReadableTextOfOperatingPoint) {
+    Analyses::Op op;
+    op.SetPlotTitle("Bias");
+    op.SetAnalysisRawfile("bias.raw");
+    op.GetAnalysisNodes().GetNodes().AddName("v(1)", 0, 256);
+    CTreeCtrl ctrl;
+    CTreeLog log("", "", &ctrl);
+    // Every bit but "no heading", as the collection asks for it.
+    _TREEITEM* top =
+        op.toReadableText(log, nullptr, ~static_cast<long>(Analysis::TT_NO_HEADING), "1: ");
+    ASSERT_NE(top, nullptr);
+    EXPECT_EQ(CString(top->text), "1: DC operating point");
+    EXPECT_EQ(ctrl.ToText(), "1: DC operating point\n"
+                             "  Plot title: Bias\n"
+                             "  Analysis settings\n"
+                             "  Perform consistency check\n"
+                             "  Variables from analysis\n"
+                             "    Show device values at the end of the simulation\n"
+                             "    Saved variables from analysis\n"
+                             "      v(1)\n"
+                             "  Representation as SPICE commands\n"
+                             "    begin-scope page Bias\n"
+                             "    checknodes 1\n"
+                             "    save v(1)\n"
+                             "    iplot\n"
+                             "    set trtol = 7\n"
+                             "    set itl4 = 100\n"
+                             "    set convlimit\n"
+                             "    set rshunt = 1e+12\n"
+                             "    op  -env-options\n"
+                             "    if-error end-scope audit-log-show\n"
+                             "    show all\n"
+                             "    showmod all\n"
+                             "    write-and-destroy-iplot bias.raw\n"
+                             "    end-scope\n"
+                             "  Results saved to file: bias.raw\n"
+                             "  Veltrane Default Analysis Options\n"
+                             "    trtol = 7: Truncation error overestimation factor\n"
+                             "    itl4 = 100: Upper transient iteration limit\n"
+                             "    convlimit: Enable convergence assistance for code models\n"
+                             "    rshunt = 1e+12: Shunt resistance from analog nodes to ground\n");
+
+    // Without a heading the pieces go straight under the parent.
+    CTreeCtrl bare;
+    CTreeLog bareLog("", "", &bare);
+    op.UseVeltraneDefaults(false);
+    EXPECT_EQ(op.toReadableText(bareLog, nullptr,
+                                Analysis::TT_TITLE | Analysis::TT_OPTIONS | Analysis::TT_NO_HEADING,
+                                nullptr),
+              nullptr);
+    EXPECT_EQ(bare.ToText(), "Plot title: Bias\n"
+                             "Custom Analysis Options\n"
+                             "  trtol = 7: Truncation error overestimation factor\n"
+                             "  itl4 = 100: Upper transient iteration limit\n"
+                             "  convlimit: Enable convergence assistance for code models\n"
+                             "  rshunt = 1e+12: Shunt resistance from analog nodes to ground\n");
+}
+
+} // namespace

@@ -1,0 +1,169 @@
+// Output variables: plot set-up statements, axis commands, the "NODES" record and its wording.
+#include "analyses/core/analysis_nodes.h"
+#include "analyses/single/op.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Nodes = Analyses::AnalysisNodes;
+
+CPropertyItem NodesRecord(const char* fields) {
+    return CPropertyItem("NODES", CPropertyList(fields));
+}
+
+std::string Readable(const Nodes& nodes) {
+    CTreeCtrl ctrl;
+    CTreeLog log("", "", &ctrl);
+    nodes.toReadableText(log, nullptr);
+    return ctrl.ToText();
+}
+
+TEST(AnalysisNodes, PlotSetUpWithAndWithoutIncrementalPlot) {
+    Analyses::Op op;
+    Nodes& nodes = op.GetAnalysisNodes();
+    nodes.GetNodes().AddName("v(a)", 0, 256 | 512);
+    nodes.GetNodes().AddName("i(v1)", 0, 256);
+    nodes.SetAxis(Nodes::HAxis, ST_DEC);
+    nodes.GetAxes().GetRange(Nodes::VAxis2) = CMinMax(0.5, 2);
+    EXPECT_EQ(nodes.GetSetupIPlot(0), "checknodes 1; save v(a) i(v1); iplot v(a); "
+                                      "-param vrange2 0.5 2; -param hscale dec; ");
+    EXPECT_EQ(nodes.GetSetupIPlot(1), "checknodes 1; save all; iplot v(a); "
+                                      "-param vrange2 0.5 2; -param hscale dec; ");
+
+    nodes.SetIncrPlot(0);
+    EXPECT_EQ(nodes.GetSetupIPlot(0), "checknodes 1; save v(a) i(v1)");
+    nodes.SetWantCheckNodes(0);
+    EXPECT_EQ(nodes.GetSetupIPlot(0), "save v(a) i(v1)");
+
+    // Without an owning analysis there is no node type to check.
+    Nodes loose;
+    EXPECT_EQ(loose.GetSetupIPlot(0), "save ; iplot ; ");
+
+    EXPECT_EQ(nodes.GetSetupPostProcessing(), "; show all; showmod all; ");
+    nodes.SetShowDevAtEnd(0);
+    EXPECT_EQ(nodes.GetSetupPostProcessing(), "");
+}
+
+TEST(AnalysisNodes, AxisCommandsPerPosition) {
+    Nodes nodes;
+    EXPECT_EQ(nodes.GetAxisCmd(Nodes::VAxis), "");
+    nodes.SetAxis(Nodes::VAxis, ST_LOG);
+    nodes.SetAxis(Nodes::HAxis2, ST_OCT);
+    nodes.GetAxes().GetRange(Nodes::VAxis) = CMinMax(1e-3, 1e6);
+    EXPECT_EQ(nodes.GetAxisCmd(Nodes::VAxis), "-param vscale log; -param vrange 0.001 1e+06; ");
+    EXPECT_EQ(nodes.GetAxisCmd(Nodes::HAxis2), "-param hscale2 oct; ");
+    EXPECT_EQ(ScaleTypeText(ST_LIN), CString("lin"));
+    EXPECT_EQ(ScaleTypeText(ST_NONE), CString(""));
+    EXPECT_EQ(ScaleTypeText(-3), CString(""));
+}
+
+TEST(AnalysisNodes, RecordRoundTripsAndSingleRangeValueGivesBothEnds) {
+    Analyses::Op op;
+    Nodes& nodes = op.GetAnalysisNodes();
+    nodes.GetNodes().AddName("v(a)", 1, 256);
+    nodes.SetNodeFilter(Nodes::Selected, Analyses::NF_VOLTAGES);
+    nodes.SetAxis(Nodes::VAxis, ST_LIN);
+    nodes.GetAxes().GetRange(Nodes::HAxis) = CMinMax(-2, 3);
+    nodes.SetShowDevAtEnd(0);
+    const CString text = nodes.toPropertyItem().GetField();
+    EXPECT_EQ(text.Find("NODES:list{IncrPlot:int{1} NodeFilterSelected:int{1} "
+                        "NodeFilterUnselected:int{0} ShowAtEnd:int{0} Mode:int{0} UserNodes:"),
+              0)
+        << text.c_str();
+    EXPECT_NE(text.Find("vscale:int{0} WantCheckNodes:int{1} hrange:double{-2} "
+                        "hrange:double{3}}"),
+              -1)
+        << text.c_str();
+
+    Analyses::Op other;
+    CPropertyItem item;
+    CPropertyList(text).GetNth(0, item);
+    ASSERT_EQ(other.GetAnalysisNodes().fromPropertyItem(item), 1);
+    EXPECT_EQ(other.GetAnalysisNodes().toPropertyItem().GetField(), text);
+
+    Nodes single;
+    EXPECT_EQ(single.fromPropertyItem(NodesRecord("vrange:double{5}")), 1);
+    EXPECT_EQ(single.GetAxisCmd(Nodes::VAxis), "-param vrange 5 5; ");
+}
+
+TEST(AnalysisNodes, ReaderSkipsWrongTypesAndReportsUnknownFields) {
+    Nodes nodes;
+    nodes.SetMode(Nodes::Nodes);
+    EXPECT_EQ(nodes.fromPropertyItem(NodesRecord("Mode:string{1} IncrPlot:int{0}")), 1);
+    EXPECT_EQ(nodes.GetMode(), Nodes::Nodes);
+    EXPECT_EQ(nodes.GetIncrPlot(), 0);
+
+    EXPECT_EQ(nodes.fromPropertyItem(NodesRecord("Bogus:int{1} hscale:string{log} "
+                                                 "ShowAtEnd:int{0} vscale2:int{1}")),
+              0);
+    EXPECT_EQ(nodes.GetShowDevAtEnd(), 0);
+    EXPECT_EQ(nodes.GetAxis(Nodes::VAxis2), ST_LOG);
+    EXPECT_EQ(nodes.GetAxis(Nodes::HAxis), ST_NONE);
+    // A reset came first: the earlier IncrPlot is back at its default.
+    EXPECT_EQ(nodes.GetIncrPlot(), 1);
+
+    EXPECT_EQ(nodes.fromPropertyItem(CPropertyItem("NODES", 1L)), 0);
+    EXPECT_EQ(nodes.fromPropertyItem(CPropertyItem("Nodes", CPropertyList())), 0);
+}
+
+TEST(AnalysisNodes, ReadableWordingFollowsMode) {
+    Nodes nodes;
+    nodes.GetNodes().AddName("a", 0, 256);
+    nodes.GetNodes().AddName("b", 0, 256 | 512);
+    EXPECT_EQ(Readable(nodes), "Perform consistency check\n"
+                               "Variables from analysis\n"
+                               "  Show device values at the end of the simulation\n"
+                               "  Saved variables from analysis\n"
+                               "    a\n"
+                               "    b\n"
+                               "  Plot saved variables incrementally\n"
+                               "    b\n");
+    nodes.SetMode(Nodes::Components);
+    nodes.SetIncrPlot(0);
+    nodes.SetWantCheckNodes(0);
+    nodes.SetShowDevAtEnd(0);
+    nodes.SetAxis(Nodes::VAxis, ST_LOG);
+    nodes.GetAxes().GetRange(Nodes::HAxis) = CMinMax(1, 10);
+    EXPECT_EQ(Readable(nodes), "Components from analysis\n"
+                               "  Vertical axis scale: log\n"
+                               "  Horizontal axis range: 1 to 10\n"
+                               "  Saved components from analysis\n"
+                               "    a\n"
+                               "    b\n"
+                               "  Saved components from analysis for later processing\n"
+                               "    b\n");
+    nodes.SetMode(Nodes::Nodes);
+    nodes.GetNodes()[0].SetFlags(0);
+    EXPECT_EQ(Readable(nodes), "Nodes from analysis\n"
+                               "  Vertical axis scale: log\n"
+                               "  Horizontal axis range: 1 to 10\n"
+                               "  Saved nodes from analysis for later processing\n"
+                               "    b\n");
+}
+
+TEST(AnalysisNodes, SelectionQueriesAndNodeString) {
+    Nodes nodes;
+    EXPECT_EQ(nodes.GetSelected(), 0);
+    nodes.SetNodesString("  v(1)  v(2) ");
+    ASSERT_EQ(nodes.GetNodes().GetCount(), 2u);
+    EXPECT_EQ(nodes.GetSelected(), 1);
+    EXPECT_EQ(nodes.GetIPlot(), 1);
+    EXPECT_EQ(nodes.GetSelectedNotIPlot(), 0);
+    nodes.GetNodes()[1].SetFlags(256);
+    EXPECT_EQ(nodes.GetSelectedNotIPlot(), 1);
+    EXPECT_EQ(nodes.GetNodesString(512, 0), "v(1)");
+
+    CSpiceNodeNameList saved;
+    nodes.GetNodes().AddName("x", 0, 512);
+    nodes.SelectNodes(saved);
+    EXPECT_EQ(saved.GetCount(), 2u);
+
+    nodes.AddNodeFilter(Nodes::Unselected, Analyses::NF_CURRENTS);
+    nodes.AddNodeFilter(Nodes::Unselected, Analyses::NF_SOURCES);
+    nodes.RemoveNodeFilter(Nodes::Unselected, Analyses::NF_CURRENTS);
+    EXPECT_EQ(nodes.GetNodeFilter(Nodes::Unselected), Analyses::NF_SOURCES);
+    EXPECT_EQ(nodes.GetNodeFilter(Nodes::Selected), Analyses::NF_NONE);
+}
+
+} // namespace

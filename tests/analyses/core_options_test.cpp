@@ -1,0 +1,119 @@
+// Simulator options: defaults, set statements, type-checked setting and the stored form.
+#include "analyses/core/analysis_options.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using O = AnalysisOptions;
+
+TEST(AnalysisOptions, FreshSetEnablesFourOptionsInIndexOrder) {
+    AnalysisOptions set;
+    EXPECT_EQ(set.toNutmegCommand(),
+              "; set trtol = 7; set itl4 = 100; set convlimit; set rshunt = 1e+12");
+    for (int i = 0; i < O::OptionCount; ++i) {
+        const bool on = i == O::trtol || i == O::itl4 || i == O::convlimit || i == O::rshunt;
+        EXPECT_EQ(set.GetIsEnabledOption(static_cast<O::Option>(i)), on ? 1 : 0) << i;
+    }
+    EXPECT_EQ(set.GetOption(O::tnom).GetField(), "tnom:double{300.15}");
+    EXPECT_EQ(set.GetOption(O::itl1).GetField(), "itl1:int{100}");
+    EXPECT_EQ(set.GetOption(O::method).GetField(), "method:string{trapezoidal}");
+    EXPECT_EQ(set.GetOption(O::acct).GetTypeOfValue(), CPropertyItem::Flag);
+    EXPECT_EQ(O::GetOptionDescription(O::vntol), "Voltage error tolerence");
+    EXPECT_EQ(O::GetOptionDescription(O::convlimit),
+              "Enable convergence assistance for code models");
+
+    for (int i = 0; i < O::OptionCount; ++i)
+        set.SetIsEnabledOption(static_cast<O::Option>(i), 0);
+    EXPECT_EQ(set.toNutmegCommand(), "");
+}
+
+TEST(AnalysisOptions, StatementsByValueKind) {
+    AnalysisOptions set;
+    set.SetIsEnabledOption(O::method, 1);
+    set.SetIsEnabledOption(O::acct, 1);
+    set.SetIsEnabledOption(O::itl1, 1);
+    set.SetOption(O::method, CPropertyItem("method", CString("gear")));
+    set.SetOption(O::gmin, CPropertyItem("gmin", 1e-9));
+    set.SetIsEnabledOption(O::gmin, 1);
+    EXPECT_EQ(set.toNutmegCommand(), "; set acct; set gmin = 1e-09; set trtol = 7; set itl1 = 100; "
+                                     "set itl4 = 100; set method = \"gear\"; set convlimit; "
+                                     "set rshunt = 1e+12");
+}
+
+TEST(AnalysisOptions, SetOptionChecksLabelTypeAndIndex) {
+    AnalysisOptions set;
+    set.SetOption(O::gmin, CPropertyItem("gmin", 5L));     // int for a double option
+    set.SetOption(O::gmin, CPropertyItem("reltol", 1e-3)); // another option's label
+    set.SetOption(O::gmin, CPropertyItem());               // empty item
+    EXPECT_EQ(set.GetOption(O::gmin).GetField(), "gmin:double{1e-12}");
+    set.SetOption(O::gmin, CPropertyItem("gmin", 2e-12));
+    EXPECT_EQ(set.GetOption(O::gmin).GetField(), "gmin:double{2e-12}");
+
+    const AnalysisOptions before = set;
+    set.SetOption(O::OptionCount, CPropertyItem("gmin", 1.0));
+    set.SetIsEnabledOption(O::OptionCount, 1);
+    EXPECT_TRUE(set == before);
+    EXPECT_TRUE(O::GetDefaultOption(O::OptionCount).IsEmpty());
+    EXPECT_EQ(O::GetDefaultOption(O::rshunt).GetField(), "rshunt:double{1e+12}");
+
+    CPropertyItem found;
+    EXPECT_EQ(set.FindIndexItem("itl4", found), O::itl4);
+    EXPECT_EQ(found.GetField(), "itl4:int{100}");
+    EXPECT_EQ(set.FindIndexItem("nosuch", found), O::OptionCount);
+}
+
+TEST(AnalysisOptions, StoredFormsAndReading) {
+    AnalysisOptions set;
+    EXPECT_EQ(set.toPropertyList().GetCount(), 38);
+    CPropertyItem last;
+    ASSERT_TRUE(set.toPropertyList().GetNth(37, last));
+    EXPECT_EQ(last.GetField(), "37:list{IsEnabled:int{1} rshunt:double{1e+12}}");
+    EXPECT_EQ(set.toPropertyListForChg().GetList(),
+              "5:list{IsEnabled:int{1} trtol:double{7}} 12:list{IsEnabled:int{1} itl4:int{100}} "
+              "33:list{IsEnabled:int{1} convlimit:flag{}} "
+              "37:list{IsEnabled:int{1} rshunt:double{1e+12}}");
+
+    set.SetIsEnabledOption(O::temp, 1);
+    set.SetOption(O::temp, CPropertyItem("temp", 310.0));
+    set.SetIsEnabledOption(O::method, 1);
+    set.SetOption(O::method, CPropertyItem("method", CString("gear")));
+    AnalysisOptions read;
+    EXPECT_EQ(read.fromPropertyList(CPropertyList(set.toPropertyListForChg().GetList())), 1);
+    EXPECT_TRUE(read == set);
+
+    // The full form also carries disabled options and turns them off.
+    AnalysisOptions full;
+    set.SetIsEnabledOption(O::trtol, 0);
+    EXPECT_EQ(full.fromPropertyList(set.toPropertyList()), 1);
+    EXPECT_TRUE(full == set);
+}
+
+TEST(AnalysisOptions, ReaderSkipsWhatItCannotApply) {
+    AnalysisOptions set;
+    // No "IsEnabled": the option keeps its reset state. A value of the wrong
+    // type is refused. Later records are still applied.
+    const CPropertyList stored("1:list{gmin:double{1e-09}} "
+                               "2:list{IsEnabled:int{1} reltol:int{3}} "
+                               "9:list{IsEnabled:int{1} tnom:double{290}}");
+    EXPECT_EQ(set.fromPropertyList(stored), 0);
+    EXPECT_EQ(set.GetIsEnabledOption(O::gmin), 0);
+    EXPECT_EQ(set.GetOption(O::gmin).GetField(), "gmin:double{1e-12}");
+    EXPECT_EQ(set.GetOption(O::reltol).GetField(), "reltol:double{0.001}");
+    EXPECT_EQ(set.GetIsEnabledOption(O::reltol), 1); // the flag is applied, the value is not
+    EXPECT_EQ(set.GetIsEnabledOption(O::tnom), 1);
+    EXPECT_EQ(set.GetOption(O::tnom).GetField(), "tnom:double{290}");
+}
+
+TEST(AnalysisOptions, ReadableTextListsEnabledOptions) {
+    AnalysisOptions set;
+    CTreeCtrl ctrl;
+    CTreeLog log("", "", &ctrl);
+    set.toReadableText(log, nullptr);
+    EXPECT_EQ(ctrl.ToText(), "trtol = 7: Truncation error overestimation factor\n"
+                             "itl4 = 100: Upper transient iteration limit\n"
+                             "convlimit: Enable convergence assistance for code models\n"
+                             "rshunt = 1e+12: Shunt resistance from analog nodes to ground\n");
+}
+
+} // namespace
