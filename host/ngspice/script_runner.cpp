@@ -166,6 +166,8 @@ private:
     bool Send(const std::string& command, bool intoPage = true);
     void Analysis(const std::string& word, const std::vector<std::string>& tokens);
     void FillPages(const std::vector<std::string>& plots, bool checkSaves);
+    void MakeRelative(const std::vector<std::string>& args, const std::string& sensPlot);
+    bool OutputValue(const std::string& output, const std::string& backTo, double& value);
     void Set(const std::string& stmt, const std::vector<std::string>& tokens);
     void Param(const std::vector<std::string>& tokens);
     void Fourier(const std::vector<std::string>& tokens);
@@ -525,10 +527,6 @@ void Execution::Analysis(const std::string& word, const std::vector<std::string>
         command += " " + a;
     if (uic)
         command += " uic";
-    if (relative) {
-        Note(GetResourceText(IDS_HOST_RELATIVE_SENS));
-        Page().log.push_back(GetResourceText(IDS_HOST_RELATIVE_SENS));
-    }
     statusText_ = std::string(GetResourceText(IDS_HOST_SIMULATING)) + " " + word;
 
     CommandResult r = session_.Command(command);
@@ -546,6 +544,108 @@ void Execution::Analysis(const std::string& word, const std::vector<std::string>
         stopped_ = true;
     }
     FillPages(r.plots, true);
+    if (relative && !r.plots.empty())
+        MakeRelative(args, r.plots.front());
+}
+
+// ngspice's DC sensitivity is absolute (output units per parameter unit). The relative form is
+// d(out)/d(p) * p / out; the host computes it for every parameter whose value it can ask for
+// (the primary value of resistors, capacitors, inductors and independent sources). ngspice has
+// no AC form of it.
+void Execution::MakeRelative(const std::vector<std::string>& args, const std::string& sensPlot) {
+    report::Page& p = Page();
+    const bool ac = std::any_of(args.begin(), args.end(),
+                                [](const std::string& a) { return Lower(a) == "ac"; });
+    double out = 0;
+    if (ac || args.empty() || !OutputValue(args.front(), sensPlot, out) || out == 0) {
+        Note(GetResourceText(IDS_HOST_RELATIVE_SENS));
+        p.log.push_back(GetResourceText(IDS_HOST_RELATIVE_SENS));
+        return;
+    }
+    std::string dropped;
+    VectorData v;
+    std::vector<report::Trace> kept;
+    kept.reserve(p.traces.size());
+    for (auto& t : p.traces) {
+        const std::string name = Lower(t.name);
+        const char* param = nullptr;
+        if (name.find_first_of("_:#") == std::string::npos && !name.empty()) {
+            switch (name.front()) {
+            case 'r':
+                param = "resistance";
+                break;
+            case 'c':
+                param = "capacitance";
+                break;
+            case 'l':
+                param = "inductance";
+                break;
+            case 'v':
+            case 'i':
+                param = "dc";
+                break;
+            default:
+                break;
+            }
+        }
+        if (!param || !session_.ReadVector("@" + name + "[" + param + "]", v) || v.re.empty()) {
+            dropped += (dropped.empty() ? "" : " ") + t.name;
+            continue;
+        }
+        const double scale = v.re.front() / out;
+        for (double& x : t.re)
+            x *= scale;
+        kept.push_back(std::move(t));
+    }
+    p.traces = std::move(kept);
+    p.log.push_back(CString::Formatted(GetResourceText(IDS_HOST_RELATIVE_SENS_DONE), out).str());
+    if (!dropped.empty())
+        p.log.push_back(std::string(GetResourceText(IDS_HOST_RELATIVE_SENS_DROPPED)) + dropped);
+}
+
+// The operating-point value of a sensitivity output ("v(a,b)", "v(a)", "i(vsrc)"), from an
+// operating point run that the listener does not see and that leaves no plot behind.
+bool Execution::OutputValue(const std::string& output, const std::string& backTo, double& value) {
+    const std::string o = Lower(output);
+    if (o.size() < 4 || o[1] != '(' || o.back() != ')')
+        return false;
+    std::vector<std::string> parts;
+    std::string inner = o.substr(2, o.size() - 3);
+    for (std::size_t pos = 0;;) {
+        const auto comma = inner.find(',', pos);
+        parts.push_back(Trim(std::string_view(inner).substr(pos, comma - pos)));
+        if (comma == std::string::npos)
+            break;
+        pos = comma + 1;
+    }
+    session_.SetListener(nullptr);
+    const CommandResult r = session_.Command("op");
+    session_.SetListener(this);
+    if (!r.ok || r.plots.empty())
+        return false;
+    const std::string& op = r.plots.front();
+    auto read = [&](const std::string& vec, double& x) {
+        if (vec == "0" || vec == "gnd") {
+            x = 0;
+            return true;
+        }
+        VectorData d;
+        if (!session_.ReadVector(op + "." + vec, d) || d.re.empty())
+            return false;
+        x = d.re.front();
+        return true;
+    };
+    bool ok = false;
+    if (o[0] == 'i' && parts.size() == 1) {
+        ok = read(parts[0] + "#branch", value);
+    } else if (o[0] == 'v') {
+        double a = 0, b = 0;
+        ok = read(parts[0], a) && (parts.size() < 2 || read(parts[1], b));
+        value = a - b;
+    }
+    (void)session_.Command("destroy " + op);
+    (void)session_.Command("setplot " + backTo);
+    return ok;
 }
 
 void Execution::FillPages(const std::vector<std::string>& plots, bool checkSaves) {

@@ -294,11 +294,27 @@ TEST_F(ScriptRunnerTest, DcSensitivityGivesDerivativesAndSaysRelativeIsNotAvaila
     // v(mid) = 3 r2 / (r1 + r2): d/dr2 = 3 r1 / (r1 + r2)^2.
     EXPECT_REL(dr2->re.at(0), 3.0 * 1e3 / 9e6, 1e-3);
 
+    // Relative: d v(mid) / d p * p / v(mid); for a divider the two resistors cancel.
     const RunResult& rel =
         Run("begin-scope page Sens; sens  -env-options v(mid,$0)  relative; end-scope ");
     ASSERT_TRUE(rel.ok) << rel.error;
-    ASSERT_EQ(rel.notes.size(), 1u);
-    EXPECT_EQ(rel.notes[0], GetResourceText(IDS_HOST_RELATIVE_SENS));
+    EXPECT_TRUE(rel.notes.empty());
+    const report::Page& rp = rel.pages.at(0);
+    const report::Trace* rv1 = FindTrace(rp, "v1");
+    const report::Trace* rr1 = FindTrace(rp, "r1");
+    const report::Trace* rr2 = FindTrace(rp, "r2");
+    ASSERT_TRUE(rv1 && rr1 && rr2);
+    EXPECT_REL(rv1->re.at(0), 1.0, 1e-3);
+    EXPECT_REL(rr1->re.at(0), -1.0 / 3.0, 1e-3);
+    EXPECT_REL(rr2->re.at(0), 1.0 / 3.0, 1e-3);
+    EXPECT_EQ(FindTrace(rp, "r1_scale"), nullptr); // no value of its own to scale by
+    EXPECT_EQ(rp.plotName.rfind("sens", 0), 0u);
+
+    const RunResult& relAc = Run("begin-scope page Sens; sens  -env-options v(mid,$0) ac dec 1 "
+                                 "1 10 relative; end-scope ");
+    ASSERT_TRUE(relAc.ok) << relAc.error;
+    ASSERT_EQ(relAc.notes.size(), 1u);
+    EXPECT_EQ(relAc.notes[0], GetResourceText(IDS_HOST_RELATIVE_SENS));
 }
 
 TEST_F(ScriptRunnerTest, TemperatureAndOptionStatementsReachTheSimulator) {
