@@ -1,0 +1,289 @@
+// Transient analysis: step rules in the command, point counts, persistence, summary, checks.
+#include "analyses/single/tran.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Tran = Analyses::Tran;
+
+CString Command(const Tran& tran) {
+    return tran.toNutmegCommand(Analyses::Analysis::NT_COMMAND);
+}
+
+std::vector<std::string> SummaryLines(const TranAnalysis& settings) {
+    CTreeCtrl ctrl;
+    CTreeLog log("", "", &ctrl);
+    settings.toReadableText(log, nullptr);
+    std::vector<std::string> lines;
+    std::istringstream in(ctrl.ToText());
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+TEST(TranAnalysis, DefaultsLetTheSimulatorChooseTheSteps) {
+    Tran tran(nullptr);
+    EXPECT_EQ(Command(tran),
+              "-param hrange 0 0.001; "
+              "tran  -env-options 0.001 0.001 0 0.001 auto_ic auto_tstep auto_tmax ");
+    // The span times the literal reciprocal of 1e-5 truncates to 99, not 100.
+    EXPECT_EQ(tran.GetTpoints(), 99.0);
+    EXPECT_EQ(tran.GetCalc_tstep(), 1);
+    EXPECT_EQ(tran.GetTmax_mode(), TranAnalysis::Calculate);
+}
+
+TEST(TranAnalysis, StepWrittenFollowsTheMaximumStepMode) {
+    Tran tran(nullptr);
+    tran.SetCalc_tstep(0);
+    tran.SetTmax_mode(TranAnalysis::Explicit, -1.0);
+    tran.SetTstep(1e-6, 0, 0);
+    tran.SetTmax(1e-5, 0, 0);
+    tran.SetIc(TranAnalysis::DcOp);
+    EXPECT_EQ(Command(tran), "-param hrange 0 0.001; tran  -env-options 1e-06 0.001 0 1e-05 ");
+
+    tran.SetTmax_mode(TranAnalysis::Points, -1.0);
+    tran.SetIc(TranAnalysis::Uic);
+    EXPECT_EQ(Command(tran), "-param hrange 0 0.001; tran  -env-options 1e-06 0.001 0 1e-05 uic ");
+
+    // A calculated increment without a maximum step is a fiftieth of the span.
+    tran.SetCalc_tstep(1);
+    tran.SetTmax_mode(TranAnalysis::NotUsed, -1.0);
+    tran.SetIc(TranAnalysis::ZeroIc);
+    EXPECT_EQ(Command(tran), "-param hrange 0 0.001; tran  -env-options 2e-05 0.001 0 zero_ic ");
+
+    tran.SetTmax_mode(TranAnalysis::Explicit, -1.0);
+    tran.SetTmax(4e-6, 0, 0);
+    EXPECT_EQ(Command(tran),
+              "-param hrange 0 0.001; tran  -env-options 4e-06 0.001 0 4e-06 zero_ic ");
+}
+
+TEST(TranAnalysis, FixedStepOverridesEveryComputedStep) {
+    Tran tran(nullptr);
+    tran.SetTmax_mode(TranAnalysis::Calculate, 5e-6);
+    EXPECT_EQ(Command(tran),
+              "-param hrange 0 0.001; "
+              "tran  -env-options 5e-06 0.001 0 5e-06 auto_ic auto_tstep auto_tmax ");
+    tran.SetTmax_mode(TranAnalysis::NotUsed, 5e-6);
+    EXPECT_EQ(Command(tran), "-param hrange 0 0.001; tran  -env-options 5e-06 0.001 0 auto_ic ");
+    // An explicit maximum step is still written as stored.
+    tran.SetTmax_mode(TranAnalysis::Explicit, 5e-6);
+    EXPECT_EQ(Command(tran),
+              "-param hrange 0 0.001; tran  -env-options 5e-06 0.001 0 1e-05 auto_ic ");
+}
+
+TEST(TranAnalysis, InstrumentModeRunsOpenEndedWithSmallSteps) {
+    Tran tran(nullptr);
+    tran.reset_for_instrument(0);
+    EXPECT_EQ(Command(tran),
+              "-param hrange 0 1e+30; save ; "
+              "tran  -env-options 1e-05 1e+30 0 1e-05 auto_ic auto_tstep auto_tmax ");
+    EXPECT_EQ(tran.GetTpoints(), 2000000000.0);
+    // The flag survives a plain reset, which then keeps the open end.
+    tran.reset();
+    EXPECT_EQ(tran.GetTstop(), 1e30);
+
+    Tran kept(nullptr);
+    kept.SetTstop(0.01);
+    kept.SetTmax(500, 0, 0);
+    kept.SetUseAutoTmax(1);
+    kept.reset_for_instrument(1);
+    EXPECT_EQ(kept.GetTmax(), 0.001);
+    EXPECT_EQ(kept.GetTstep(), 0.001);
+    EXPECT_EQ(kept.GetTpoints(), 10.0);
+    EXPECT_EQ(kept.GetUseAutoTmax(), 0);
+    EXPECT_EQ(kept.GetTstop(), 0.01);
+}
+
+TEST(TranAnalysis, PointCountsAndStepsStayWithinTheirBounds) {
+    Tran tran(nullptr);
+    tran.SetTpoints(1, 1, 1);
+    EXPECT_EQ(tran.GetTpoints(), 2.0);
+    EXPECT_EQ(tran.GetTmax(), 0.0005);
+    EXPECT_EQ(tran.GetTstep(), 0.0005);
+
+    tran.SetTpoints(40, 1, 0);
+    EXPECT_EQ(tran.GetTmax(), 0.001 / 40);
+    EXPECT_EQ(tran.GetTstep(), 0.0005);
+
+    tran.SetTmax(1e-4, 0, 1);
+    EXPECT_EQ(tran.GetTpoints(), 10.0);
+    tran.SetTmax(1, 0, 1);
+    EXPECT_EQ(tran.GetTpoints(), 2.0);
+    tran.SetTmax(1e-101, 0, 1);
+    EXPECT_EQ(tran.GetTpoints(), 2.0);
+    tran.SetTmax(1e-13, 0, 1);
+    EXPECT_EQ(tran.GetTpoints(), 2000000000.0);
+    tran.SetTmax(1e100, 0, 1);
+    EXPECT_EQ(tran.GetTpoints(), 2000000000.0);
+
+    tran.SetTstep(2e-5, 1, 1);
+    EXPECT_EQ(tran.GetTmax(), 2e-5);
+    EXPECT_EQ(tran.GetTpoints(), 50.0);
+    tran.SetTstep(1e-6, 0, 1);
+    EXPECT_EQ(tran.GetTpoints(), 50.0) << "recounted for the unchanged maximum step";
+}
+
+TEST(TranAnalysis, PersistedKeysDependOnTheModes) {
+    Tran tran(nullptr);
+    EXPECT_EQ(tran.GetTranAnalysis().toPropertyList().GetList(),
+              "TSTEP:string{calculate} TSTOP:double{0.001} TSTART:double{0} TMAX:string{calculate} "
+              "USE_AUTO_TIME_STEP:int{0} IC:string{auto_ic}");
+
+    tran.SetCalc_tstep(0);
+    tran.SetTstep(2e-6, 0, 0);
+    tran.SetTstart(0.001);
+    tran.SetTstop(0.005);
+    tran.SetTpoints(500, 0, 0);
+    tran.SetTmax_mode(TranAnalysis::Points, -1.0);
+    tran.SetUseAutoTmax(1);
+    tran.SetIc(TranAnalysis::Uic);
+    EXPECT_EQ(tran.GetTranAnalysis().toPropertyList().GetList(),
+              "TSTEP:double{2e-06} TSTOP:double{0.005} TSTART:double{0.001} TPOINTS:int{500} "
+              "USE_AUTO_TIME_STEP:int{1} IC:string{uic}");
+
+    const CString written = tran.toPropertyItem().GetField();
+    Tran copy(nullptr);
+    EXPECT_EQ(copy.fromPropertyItem(tran.toPropertyItem()), 1);
+    EXPECT_EQ(copy.toPropertyItem().GetField(), written);
+    EXPECT_EQ(copy.GetTpoints(), 500.0);
+
+    tran.SetTmax_mode(TranAnalysis::Explicit, -1.0);
+    tran.SetTmax(3e-6, 0, 0);
+    tran.SetIc(TranAnalysis::DcOp);
+    Tran explicitCopy(nullptr);
+    EXPECT_EQ(explicitCopy.fromPropertyItem(tran.toPropertyItem()), 1);
+    EXPECT_EQ(explicitCopy.toPropertyItem().GetField(), tran.toPropertyItem().GetField());
+    EXPECT_EQ(Command(explicitCopy), Command(tran));
+}
+
+TEST(TranAnalysis, ReaderDerivesStepsFromWhatWasStored) {
+    TranAnalysis settings;
+    settings.fromPropertyList(CPropertyList("TSTEP:double{2e-6} TMAX:string{calculate}"));
+    EXPECT_EQ(settings.GetTmax(), 2e-6);
+    EXPECT_EQ(settings.GetTmax_mode(), TranAnalysis::Calculate);
+    EXPECT_EQ(settings.GetCalc_tstep(), 0);
+
+    settings.fromPropertyList(CPropertyList("TSTEP:double{1e-6} TMAX:string{whatever}"));
+    EXPECT_EQ(settings.GetTmax(), 1e-6);
+    EXPECT_EQ(settings.GetTmax_mode(), TranAnalysis::Calculate);
+    settings.fromPropertyList(CPropertyList("TMAX:string{not_used}"));
+    EXPECT_EQ(settings.GetTmax_mode(), TranAnalysis::NotUsed);
+
+    settings.fromPropertyList(
+        CPropertyList("TSTEP:string{calculate} TMAX:double{4e-6} USE_AUTO_TIME_STEP:int{1}"));
+    EXPECT_EQ(settings.GetCalc_tstep(), 1);
+    EXPECT_EQ(settings.GetTmax_mode(), TranAnalysis::Explicit);
+    EXPECT_EQ(settings.GetTstep(), 4e-6);
+
+    settings.fromPropertyList(CPropertyList("TSTART:double{0.002} TSTOP:double{0.003}"));
+    EXPECT_EQ(settings.toNutmegCommand(),
+              "-param hrange 0.002 0.003; tran  -env-options 4e-06 0.003 0.002 4e-06 auto_ic ");
+}
+
+TEST(TranAnalysis, ReaderIgnoresUnknownKeysAndWrongTypes) {
+    TranAnalysis settings;
+    EXPECT_EQ(settings.fromPropertyList(CPropertyList(
+                  "TSTOP:string{5} TSTEP:string{fast} IC:string{bogus} TPOINTS:double{7} "
+                  "USE_AUTO_TIME_STEP:string{1} TSTART:int{1}")),
+              1);
+    EXPECT_EQ(settings.GetTstop(), 0.001);
+    EXPECT_EQ(settings.GetCalc_tstep(), 1);
+    EXPECT_EQ(settings.GetIc(), TranAnalysis::AutoIc);
+    EXPECT_EQ(settings.GetTmax_mode(), TranAnalysis::Calculate);
+    EXPECT_EQ(settings.GetUseAutoTmax(), 0);
+    EXPECT_EQ(settings.GetTstart(), 0.0);
+
+    // The transient reader never fails: an unknown key is passed over.
+    EXPECT_EQ(settings.fromPropertyList(
+                  CPropertyList("BOGUS:int{1} TSTOP:double{0.02} IC:string{zero_ic}")),
+              1);
+    EXPECT_EQ(settings.GetTstop(), 0.02);
+    EXPECT_EQ(settings.GetIc(), TranAnalysis::ZeroIc);
+}
+
+TEST(TranAnalysis, MaximumStepBelowTheIncrementIsNotAccepted) {
+    Tran tran(nullptr);
+    tran.SetMaxPoints(20000);
+    EXPECT_EQ(tran.CanAccept(), 1);
+
+    tran.SetTmax(1e-6, 0, 0);
+    EXPECT_EQ(tran.CanAccept(), 0);
+    EXPECT_EQ(tran.GetAcceptErrors(), 2u);
+    EXPECT_EQ(tran.ExplainWhyCannotAccept(), "Time step cannot exceed the maximum time step");
+    EXPECT_EQ(tran.GetAcceptErrors(), 0u);
+
+    // Unlike the base check, the transient one keeps the plot-size bit.
+    tran.SetMaxPoints(9999);
+    EXPECT_EQ(tran.CanAccept(), 0);
+    EXPECT_EQ(tran.GetAcceptErrors(), 3u);
+    EXPECT_EQ(tran.ExplainWhyCannotAccept(),
+              "Maximum number of points for plot should be larger than 10000\n");
+
+    tran.SetTmax(1e-5, 0, 0);
+    tran.SetMaxPoints(10000);
+    EXPECT_EQ(tran.CanAccept(), 1);
+}
+
+TEST(TranAnalysis, SummaryDescribesEachStepMode) {
+    TranAnalysis settings;
+    EXPECT_EQ(SummaryLines(settings),
+              (std::vector<std::string>{
+                  "Initial Conditions: Automatically generate initial conditions",
+                  "Starting time (TSTART): 0",
+                  "Stop time (TSTOP): 0.001",
+                  "Plotting increment (TSTEP): automatically calculated (less than: 0.001)",
+                  "Maximum time step (TMAX): automatically calculated (less than: 0.001)",
+              }));
+
+    settings.SetTmax_mode(TranAnalysis::NotUsed, -1.0);
+    settings.SetUseAutoTmax(1);
+    settings.SetIc(TranAnalysis::DcOp);
+    EXPECT_EQ(SummaryLines(settings), (std::vector<std::string>{
+                                          "Initial Conditions: DC operating point",
+                                          "Starting time (TSTART): 0",
+                                          "Stop time (TSTOP): 0.001",
+                                          "Plotting increment (TSTEP): 2e-05",
+                                          "Maximum time step (TMAX): Use default",
+                                          "Automatic maximum time step estimation is used",
+                                      }));
+
+    settings.SetUseAutoTmax(0);
+    settings.SetTmax_mode(TranAnalysis::Points, -1.0);
+    settings.SetTmax(4e-6, 0, 1);
+    settings.SetIc(TranAnalysis::Uic);
+    std::vector<std::string> lines = SummaryLines(settings);
+    ASSERT_EQ(lines.size(), 5u);
+    EXPECT_EQ(lines[0], "Initial Conditions: User defined");
+    EXPECT_EQ(lines[3], "Plotting increment (TSTEP): 4e-06");
+    // The step, not the count, follows the count's label.
+    EXPECT_EQ(lines[4], "Number of timepoints: 4e-06");
+
+    settings.SetCalc_tstep(0);
+    settings.SetTmax_mode(TranAnalysis::Explicit, -1.0);
+    settings.SetIc(TranAnalysis::ZeroIc);
+    lines = SummaryLines(settings);
+    ASSERT_EQ(lines.size(), 5u);
+    EXPECT_EQ(lines[0], "Initial Conditions: Zero initial conditions");
+    EXPECT_EQ(lines[3], "Plotting increment (TSTEP): 1e-05");
+    EXPECT_EQ(lines[4], "Maximum time step (TMAX): 4e-06");
+}
+
+TEST(TranAnalysis, AnalysisAnswersFromItsSettings) {
+    Tran tran(nullptr);
+    EXPECT_EQ(tran.GetAnalysisNickname(), "TRAN");
+    EXPECT_EQ(tran.GetType(), Analyses::AnalysisType::Tran);
+    EXPECT_EQ(tran.GetNodeType(), 3);
+    EXPECT_EQ(tran.GetOutputVariableClass(), 2);
+    EXPECT_EQ(tran.KeepTrackOfCurrentsAtComponentTerminals(), 0);
+    tran.GetTranAnalysis().KeepTrackOfCurrentsAtComponentTerminals(1);
+    EXPECT_EQ(tran.KeepTrackOfCurrentsAtComponentTerminals(), 1);
+    EXPECT_EQ(tran.LoadFromMainAnalysis(), 0);
+    EXPECT_EQ(tran.GetMainAnalysis(), nullptr);
+}
+
+} // namespace
