@@ -43,8 +43,21 @@ double NiceStep(double span, int target) {
     return nice * mag;
 }
 
+/// Steps for an angle axis: whole fractions of a half turn read best.
+double DegreeStep(double span, int target) {
+    double raw = span / std::max(target, 1);
+    for (double step : {1.0, 5.0, 15.0, 30.0, 45.0, 90.0, 180.0})
+        if (step >= raw * 0.75)
+            return step;
+    return 360.0 * std::ceil(raw / 360.0);
+}
+
 struct Scale {
     bool log = false;
+    bool degrees = false; ///< angle axis: ticks at multiples of 15, 45, 90 degrees
+    double Step(double span, int target) const {
+        return degrees && span >= 10.0 ? DegreeStep(span, target) : NiceStep(span, target);
+    }
     double lo = 0.0;
     double hi = 1.0;
     double T(double v) const { return log ? std::log10(v) : v; }
@@ -94,7 +107,7 @@ void FitScale(Scale& s, const std::vector<const std::vector<double>*>& data, con
             lo = std::pow(10.0, std::floor(std::log10(lo) + 1e-9));
             hi = std::pow(10.0, std::ceil(std::log10(hi) - 1e-9));
         } else {
-            double step = NiceStep(hi - lo, target);
+            double step = s.Step(hi - lo, target);
             lo = std::floor(lo / step + 1e-9) * step;
             hi = std::ceil(hi / step - 1e-9) * step;
         }
@@ -103,8 +116,26 @@ void FitScale(Scale& s, const std::vector<const std::vector<double>*>& data, con
     s.hi = hi;
 }
 
+std::vector<Tick> TicksWithStep(double lo, double hi, double step) {
+    std::vector<Tick> ticks;
+    if (!std::isfinite(lo) || !std::isfinite(hi) || !(hi > lo) || !(step > 0.0) ||
+        !std::isfinite(step))
+        return ticks;
+    double first = std::ceil(lo / step - 1e-9);
+    double last = std::floor(hi / step + 1e-9);
+    for (double k = first; k <= last && ticks.size() < 100; k += 1.0) {
+        double v = k * step;
+        if (std::fabs(v) < step * 1e-9)
+            v = 0.0;
+        ticks.push_back({v, FormatEngineering(v, 4), true});
+    }
+    return ticks;
+}
+
 std::vector<Tick> TicksFor(const Scale& s, int target) {
-    return s.log ? LogTicks(s.lo, s.hi) : LinearTicks(s.lo, s.hi, target);
+    if (s.log)
+        return LogTicks(s.lo, s.hi);
+    return TicksWithStep(s.lo, s.hi, s.Step(s.hi - s.lo, target));
 }
 
 struct Series {
@@ -200,21 +231,9 @@ std::string XmlEscape(std::string_view text) {
 }
 
 std::vector<Tick> LinearTicks(double lo, double hi, int target) {
-    std::vector<Tick> ticks;
     if (!std::isfinite(lo) || !std::isfinite(hi) || !(hi > lo))
-        return ticks;
-    double step = NiceStep(hi - lo, target);
-    if (!(step > 0.0) || !std::isfinite(step))
-        return ticks;
-    double first = std::ceil(lo / step - 1e-9);
-    double last = std::floor(hi / step + 1e-9);
-    for (double k = first; k <= last && ticks.size() < 100; k += 1.0) {
-        double v = k * step;
-        if (std::fabs(v) < step * 1e-9)
-            v = 0.0;
-        ticks.push_back({v, FormatEngineering(v, 4), true});
-    }
-    return ticks;
+        return {};
+    return TicksWithStep(lo, hi, NiceStep(hi - lo, target));
 }
 
 std::vector<Tick> LogTicks(double lo, double hi) {
@@ -293,12 +312,27 @@ std::string ToSvg(const Page& page, const SvgOptions& options) {
             mag.y.push_back(DecibelOf(t.re[k], im));
             phase.y.push_back(std::atan2(im, t.re[k]) * (180.0 / std::numbers::pi));
         }
+        // Follow the phase through +-180 degrees instead of jumping across the panel.
+        double previous = NAN, offset = 0.0;
+        for (double& v : phase.y) {
+            if (!std::isfinite(v))
+                continue;
+            if (std::isfinite(previous)) {
+                while (v + offset - previous > 180.0)
+                    offset -= 360.0;
+                while (v + offset - previous < -180.0)
+                    offset += 360.0;
+            }
+            v += offset;
+            previous = v;
+        }
         panels[0].series.push_back(std::move(mag));
         panels[1].series.push_back(std::move(phase));
     }
     if (complexPage) {
         panels[0].yTitle = GetResourceText(IDS_REPORT_MAGNITUDE_DB);
         panels[1].yTitle = GetResourceText(IDS_REPORT_PHASE_DEG);
+        panels[1].y.degrees = true;
     } else {
         panels[0].yTitle = page.yAxis.label;
         panels[0].y.log = IsLogScale(page.yAxis.scale);

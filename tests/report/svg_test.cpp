@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
 #include <regex>
 
 namespace {
@@ -80,6 +81,7 @@ TEST(Svg, AcPlotIsWellFormedWithOnePointPerValueInBothPanels) {
     EXPECT_NE(svg.find("frequency (Hz)"), std::string::npos);
     EXPECT_NE(svg.find(">1k</text>"), std::string::npos); // decade label in engineering form
     EXPECT_NE(svg.find(">1M</text>"), std::string::npos);
+    EXPECT_NE(svg.find(">-90</text>"), std::string::npos); // phase ticks on whole angles
 }
 
 TEST(Svg, LogTicksSitAtDecadesWithMinorTicksBetween) {
@@ -160,6 +162,24 @@ TEST(Svg, NanEmptySinglePointAndFlatTracesStillGiveAValidPlot) {
     EXPECT_EQ(TagBalanceProblem(none), "");
     EXPECT_TRUE(PolylinePointCounts(none).empty());
     EXPECT_NE(none.find("no data"), std::string::npos);
+}
+
+TEST(Svg, PhaseIsPlottedWithoutWrapJumps) {
+    // Third-order low pass: the phase passes -180 degrees, which atan2 wraps to +180.
+    report::Page page;
+    page.xName = "frequency";
+    report::Trace t{"v(out)", {}, {}, true};
+    for (int i = 0; i <= 40; ++i) {
+        double w = std::pow(10.0, -2.0 + i * 0.1);
+        std::complex<double> h = 1.0 / std::pow(std::complex<double>(1.0, w), 3);
+        page.x.push_back(w);
+        t.re.push_back(h.real());
+        t.im.push_back(h.imag());
+    }
+    page.traces.push_back(t);
+    std::string svg = report::ToSvg(page);
+    EXPECT_NE(svg.find(">-270</text>"), std::string::npos);
+    EXPECT_EQ(svg.find(">180</text>"), std::string::npos);
 }
 
 TEST(Svg, LogAxisDropsValuesThatHaveNoLogarithm) {
