@@ -173,7 +173,7 @@ private:
     void Fourier(const std::vector<std::string>& tokens);
     void Show(const std::string& word, const std::vector<std::string>& tokens);
     void SetTemperature(const char* option, const std::string& kelvin);
-    void RestoreTemperature();
+    void RestoreTemperature(bool nominalToo);
 
     NgSpiceSession& session_;
     const RunOptions& options_;
@@ -191,6 +191,7 @@ private:
     report::Axis pendingX_, pendingY_;
     std::set<std::string> noted_;
     bool tempChanged_ = false;
+    bool tnomChanged_ = false;
     std::string statusText_;
     std::chrono::steady_clock::time_point lastStatus_{};
 };
@@ -283,7 +284,7 @@ void Execution::Run(const std::string& script) {
         if (stopped_)
             break;
     }
-    RestoreTemperature();
+    RestoreTemperature(true);
     session_.SetListener(nullptr);
 }
 
@@ -438,17 +439,22 @@ void Execution::SetTemperature(const char* option, const std::string& kelvin) {
     }
     if (std::string_view(option) == "temp")
         tempChanged_ = true;
+    else
+        tnomChanged_ = true;
     Send(std::string("option ") + option + "=" + FormatNumber(k - 273.15), false);
 }
 
-void Execution::RestoreTemperature() {
-    if (!tempChanged_)
-        return;
-    tempChanged_ = false;
-    // ngspice keeps an "option temp" for every later analysis; 27 °C is its own default and
-    // what a circuit without a temperature card runs at.
-    CommandResult r = session_.Command("option temp=27");
-    (void)r;
+void Execution::RestoreTemperature(bool nominalToo) {
+    // ngspice keeps an "option temp" for every later analysis and run, so the circuit's own
+    // temperature (its ".temp" or ".options temp=" card, else 27 °C) is put back explicitly.
+    if (tempChanged_) {
+        tempChanged_ = false;
+        (void)session_.Command("option temp=" + FormatNumber(session_.CircuitTemperature()));
+    }
+    if (nominalToo && tnomChanged_) {
+        tnomChanged_ = false;
+        (void)session_.Command("option tnom=" + FormatNumber(session_.CircuitNominalTemperature()));
+    }
 }
 
 void Execution::Set(const std::string& stmt, const std::vector<std::string>& tokens) {
@@ -462,7 +468,7 @@ void Execution::Set(const std::string& stmt, const std::vector<std::string>& tok
     }
     const std::string key = Lower(name);
     if (key == "-temp") {
-        RestoreTemperature();
+        RestoreTemperature(false);
         return;
     }
     if (key == "temp" || key == "tnom") {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cctype>
 #include <clocale>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <locale.h>
@@ -72,6 +73,45 @@ bool IsDeviceCard(std::string_view card) {
         return false;
     const unsigned char c = static_cast<unsigned char>(card.front());
     return std::isalpha(c) != 0;
+}
+
+// Reads "NAME=VALUE" (blanks allowed around '=') from an options card; false when absent.
+bool OptionValue(const std::string& card, const char* name, double& value) {
+    const std::string n = name;
+    for (std::size_t pos = card.find(n); pos != std::string::npos; pos = card.find(n, pos + 1)) {
+        const bool startOk = pos == 0 || card[pos - 1] == ' ' || card[pos - 1] == '\t';
+        std::size_t i = pos + n.size();
+        while (i < card.size() && (card[i] == ' ' || card[i] == '\t'))
+            ++i;
+        if (!startOk || i >= card.size() || card[i] != '=')
+            continue;
+        const char* begin = card.c_str() + i + 1;
+        char* end = nullptr;
+        const double v = std::strtod(begin, &end);
+        if (end != begin) {
+            value = v;
+            return true;
+        }
+    }
+    return false;
+}
+
+// The temperatures a deck sets for itself; the last card wins, as in ngspice.
+void DeckTemperatures(const std::vector<std::string>& lines, double& temp, double& tnom) {
+    temp = tnom = 27.0;
+    for (const auto& raw : lines) {
+        const std::string card = Lower(raw);
+        if (card.rfind(".temp", 0) == 0) {
+            const char* begin = card.c_str() + 5;
+            char* end = nullptr;
+            const double v = std::strtod(begin, &end);
+            if (end != begin)
+                temp = v;
+        } else if (card.rfind(".option", 0) == 0) {
+            OptionValue(card, "temp", temp);
+            OptionValue(card, "tnom", tnom);
+        }
+    }
 }
 
 } // namespace
@@ -285,6 +325,10 @@ CommandResult NgSpiceSession::LoadCircuit(const std::vector<std::string>& lines)
             result.error = GetResourceText(IDS_HOST_CIRCUIT_REJECTED);
     }
     hasCircuit_ = result.ok;
+    if (result.ok) {
+        CLocaleGuard guard;
+        DeckTemperatures(deck, circuitTemp_, circuitTnom_);
+    }
     if (!result.ok && rc == 0 && !result.exitRequested) {
         // The parser may have left a half-built circuit behind; remove it.
         CommandResult ignored = Command("remcirc");

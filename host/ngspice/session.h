@@ -107,6 +107,10 @@ public:
     /// resolved by ngspice against the current directory.
     [[nodiscard]] CommandResult LoadCircuitFile(const std::string& path);
     bool HasCircuit() const { return hasCircuit_; }
+    /// The temperatures the loaded circuit asks for in degrees Celsius: its ".temp" card or
+    /// ".options temp=/tnom=", else ngspice's default of 27.
+    double CircuitTemperature() const { return circuitTemp_; }
+    double CircuitNominalTemperature() const { return circuitTnom_; }
 
     /// Name of ngspice's current plot ("ac1"); empty when there is none.
     std::string CurrentPlot();
@@ -158,6 +162,8 @@ private:
     bool exitRequested_ = false;
     bool stopRequested_ = false;
     int xspice_ = -1; ///< unknown until asked
+    double circuitTemp_ = 27.0;
+    double circuitTnom_ = 27.0;
     std::vector<KnownPlot> plots_;
     std::vector<double> rowRe_, rowIm_; ///< reused for every data row
     unsigned rowsSincePoll_ = 0;

@@ -336,6 +336,13 @@ TEST_F(ScriptRunnerTest, TemperatureAndOptionStatementsReachTheSimulator) {
                         "set tnom = 300.15; " +
                         kDefaultOptions.substr(2)),
                 room, 1e-6);
+    // A circuit with its own temperature gets that one back after the script's.
+    Load("diode\ni1 0 a dc 1m\nd1 a 0 dm\n.model dm d is=1e-14\n.temp 60\n.end\n");
+    const double own = forward("");
+    EXPECT_LT(own, room - 0.02);
+    EXPECT_NEAR(forward("set temp = 300.15; "), room, 1e-9);
+    EXPECT_NEAR(forward(""), own, 1e-9);
+
     // "show all" lists every device, also the independent sources that ngspice's own listing
     // of all their parameters cannot print, and devices inside subcircuits.
     Load("show\ni1 0 a dc 1m\nd1 a 0 dm\nx1 a sub\n.subckt sub p\nv1 p q dc 0\nr1 q 0 1k\n"
