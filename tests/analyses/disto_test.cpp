@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
-
 namespace {
 
 using Disto = Analyses::Disto;
@@ -37,15 +35,6 @@ std::string Settings(const Analyses::Analysis& a) {
     a.toReadableText(log, nullptr,
                      Analyses::Analysis::TT_SETTINGS | Analyses::Analysis::TT_NO_HEADING, nullptr);
     return ctrl.ToText();
-}
-
-TEST(DistoAnalysis, IdentifiesAsDistortion) {
-    Disto d;
-    EXPECT_EQ(d.GetType(), Analyses::AnalysisType::Disto);
-    EXPECT_EQ(d.GetAnalysisNickname(), "DISTO");
-    EXPECT_EQ(d.GetOutputVariableClass(), OVC_CKTnames);
-    EXPECT_EQ(d.GetF2overF1(), 0.1);
-    EXPECT_EQ(d.GetUseF2overF1(), 0);
 }
 
 TEST(DistoAnalysis, RatioIsAppendedOnlyWhenInUse) {
@@ -101,10 +90,6 @@ TEST(DistoAnalysis, SettingsSurviveARoundTrip) {
     EXPECT_EQ(copy.toPropertyItem().GetField(), d.toPropertyItem().GetField());
     EXPECT_EQ(Command(copy), Command(d));
     EXPECT_EQ(copy.GetFstop(), 1e6);
-
-    std::unique_ptr<Analyses::Analysis> clone(d.Clone());
-    ASSERT_TRUE(clone);
-    EXPECT_EQ(clone->toNutmegCommand(Analyses::Analysis::NT_COMMAND), Command(d));
 }
 
 TEST(DistoAnalysis, ReaderSkipsWrongTypesAndReportsUnknownKeys) {

@@ -25,7 +25,6 @@ TEST(PostProcess, EmptySetWritesNothing) {
     PostProcess pp;
     EXPECT_EQ(pp.toNutmegCommand(), "");
     EXPECT_TRUE(pp.toPropertyList().IsEmpty());
-    EXPECT_EQ(pp.GetAnalysisNickname(), "PostProc");
 }
 
 TEST(PostProcess, StatementsListPagesDiagramsAndTraces) {
@@ -69,17 +68,6 @@ TEST(PostProcess, ReaderSkipsBadItemsAndKeepsTheRest) {
     ASSERT_EQ(diagrams.GetCount(), 1u);
     EXPECT_EQ(diagrams[0].GetType(), PP_Diagram::Graph);
     EXPECT_EQ(PP_Diagram::toNutmegCommand(diagrams[0]), "plot-graph v(a) v(b) ; ");
-}
-
-TEST(PostProcess, CopiesAreIndependent) {
-    PostProcess pp = TwoPages();
-    const PostProcess copy = pp;
-    pp.GetPageList()[0].GetDiagramList()[0].GetTraces().AddString("v(extra)");
-    pp.GetPageList().Remove(2);
-    EXPECT_EQ(copy.toNutmegCommand(), TwoPages().toNutmegCommand());
-    pp.reset();
-    EXPECT_EQ(pp.toNutmegCommand(), "");
-    EXPECT_EQ(copy.GetPageList().GetCount(), 3u);
 }
 
 TEST(PostProcess, SummaryListsPagesDiagramsAndTraces) {

@@ -43,8 +43,6 @@ void ExpectProxyOwnedBy(const Sens& s) {
 TEST(SensAnalysis, DefaultIsAbsoluteDcSensitivityOfGround) {
     Sens s;
     EXPECT_EQ(s.GetSensType(), Type::Op);
-    EXPECT_EQ(s.GetType(), Type::Sens);
-    EXPECT_EQ(s.GetAnalysisNickname(), "SENS");
     EXPECT_EQ(s.GetOutputVariableClass(), OVC_SENS_CKTnames_op);
     EXPECT_EQ(Command(s), "sens  -env-options v($0,$0) ");
     ExpectProxyOwnedBy(s);

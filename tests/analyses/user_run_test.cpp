@@ -54,22 +54,13 @@ TEST(UserAnalysis, ReaderSkipsWrongTypesAndReportsUnknownKeys) {
     EXPECT_EQ(user.GetUserCommands(), "op");
 }
 
-TEST(RunAnalysis, IsTheBareRunCommand) {
+TEST(RunAnalysis, IsTheBareRunCommandAndAcceptsAnyRecord) {
     Analyses::Run run;
+    EXPECT_EQ(run.fromPropertyItem(Record("RUN", "Whatever:int{1} More:string{x}")), 1);
     run.SetPlotTitle("title");
     run.SetAnalysisRawfile("out.raw");
     EXPECT_EQ(run.toNutmegCommand(-1), "run;");
     EXPECT_EQ(run.GetAnalysisProperty(), 2);
-    EXPECT_EQ(run.GetType(), Analyses::AnalysisType::Run);
-    EXPECT_EQ(run.GetAnalysisNickname(), "RUN");
-}
-
-TEST(RunAnalysis, AcceptsAnyRecord) {
-    Analyses::Run run;
-    EXPECT_EQ(run.fromPropertyItem(Record("RUN", "Whatever:int{1} More:string{x}")), 1);
-    std::unique_ptr<Analysis> clone(run.Clone());
-    ASSERT_TRUE(clone);
-    EXPECT_EQ(clone->toNutmegCommand(-1), "run;");
 }
 
 TEST(RunAnalysis, SummaryListsTheRunStatement) {
