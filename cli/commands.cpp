@@ -110,6 +110,9 @@ int Main(const std::vector<std::string>& args, std::ostream& out, std::ostream& 
     }
     const std::string& command = args.front();
     const std::vector<std::string> rest(args.begin() + 1, args.end());
+    // "canal help script" reads better than "canal script --help"; both work.
+    if (command == "help" && !rest.empty() && rest.front() != "help")
+        return Main({rest.front(), "--help"}, out, err);
     if (command == "-h" || command == "--help" || command == "help") {
         PrintToolHelp(out);
         return ExitOk;

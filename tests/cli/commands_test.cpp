@@ -262,6 +262,8 @@ TEST(Main, ArgumentErrorsAndHelp) {
     EXPECT_NE(scriptHelp.out.find("32  simulator options"), std::string::npos);
     EXPECT_NE(Canal({"describe", "--help"}).out.find("32  no heading item"), std::string::npos);
     EXPECT_EQ(Canal({"props", "--help"}).out.find("--mask"), std::string::npos);
+    EXPECT_EQ(Canal({"help", "script"}).out, scriptHelp.out);
+    EXPECT_EQ(Canal({"help", "nonsense"}).status, 2);
 
     Result version = Canal({"--version"});
     EXPECT_EQ(version.status, 0);
