@@ -200,6 +200,8 @@ int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
                     CString::Formatted(GetResourceText(IDS_RUN_ERR_CANNOT_SIMULATE), title.c_str(),
                                        analysis->ExplainWhyCannotSimulate().c_str())
                         .view());
+        if (!parsed->Value("--save"))
+            ReportError(err, GetResourceText(IDS_RUN_HINT_SAVE));
         return ExitFailure;
     }
 
