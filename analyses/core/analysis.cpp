@@ -141,7 +141,9 @@ int Analyses::Analysis::CanSimulate() const {
 }
 
 CString Analyses::Analysis::ExplainWhyCannotSimulate() {
-    return CanSimulate() ? CString() : GetResourceString(IDS_ERR_NO_OUTPUTS);
+    // The base's own test, not the derived one: derived classes add their
+    // reasons after this one.
+    return Analysis::CanSimulate() ? CString() : GetResourceString(IDS_ERR_NO_OUTPUTS);
 }
 
 void Analyses::Analysis::UpdateAnalysisNodeList() {

@@ -2,10 +2,17 @@
 #include "analyses/core/analysis_proxy.h"
 
 #include "analyses/core/analysis_factory.h"
+#include "analyses/single/ac.h"
+#include "analyses/single/dc_sweep.h"
+#include "analyses/single/disto.h"
+#include "analyses/single/four.h"
+#include "analyses/single/noise.h"
 #include "analyses/single/op.h"
 #include "analyses/single/pz.h"
 #include "analyses/single/run.h"
+#include "analyses/single/sens.h"
 #include "analyses/single/tf.h"
+#include "analyses/single/tran.h"
 #include "analyses/single/user.h"
 
 namespace {
@@ -90,6 +97,48 @@ Analyses::Op* Analyses::AnalysisProxy::GetOpPtr() {
 const Analyses::Op* Analyses::AnalysisProxy::GetOpPtr() const {
     return As<Op>(GetAnalysisPtr(), AnalysisType::Op);
 }
+Analyses::Ac* Analyses::AnalysisProxy::GetAcPtr() {
+    return As<Ac>(analysis_, AnalysisType::Ac);
+}
+const Analyses::Ac* Analyses::AnalysisProxy::GetAcPtr() const {
+    return As<Ac>(GetAnalysisPtr(), AnalysisType::Ac);
+}
+Analyses::Tran* Analyses::AnalysisProxy::GetTranPtr() {
+    return As<Tran>(analysis_, AnalysisType::Tran);
+}
+const Analyses::Tran* Analyses::AnalysisProxy::GetTranPtr() const {
+    return As<Tran>(GetAnalysisPtr(), AnalysisType::Tran);
+}
+Analyses::Four* Analyses::AnalysisProxy::GetFourPtr() {
+    return As<Four>(analysis_, AnalysisType::Four);
+}
+const Analyses::Four* Analyses::AnalysisProxy::GetFourPtr() const {
+    return As<Four>(GetAnalysisPtr(), AnalysisType::Four);
+}
+Analyses::Noise* Analyses::AnalysisProxy::GetNoisePtr() {
+    return As<Noise>(analysis_, AnalysisType::Noise);
+}
+const Analyses::Noise* Analyses::AnalysisProxy::GetNoisePtr() const {
+    return As<Noise>(GetAnalysisPtr(), AnalysisType::Noise);
+}
+Analyses::Disto* Analyses::AnalysisProxy::GetDistoPtr() {
+    return As<Disto>(analysis_, AnalysisType::Disto);
+}
+const Analyses::Disto* Analyses::AnalysisProxy::GetDistoPtr() const {
+    return As<Disto>(GetAnalysisPtr(), AnalysisType::Disto);
+}
+Analyses::DcSweep* Analyses::AnalysisProxy::GetDcSweepPtr() {
+    return As<DcSweep>(analysis_, AnalysisType::DcSweep);
+}
+const Analyses::DcSweep* Analyses::AnalysisProxy::GetDcSweepPtr() const {
+    return As<DcSweep>(GetAnalysisPtr(), AnalysisType::DcSweep);
+}
+Analyses::Sens* Analyses::AnalysisProxy::GetSensPtr() {
+    return As<Sens>(analysis_, AnalysisType::Sens);
+}
+const Analyses::Sens* Analyses::AnalysisProxy::GetSensPtr() const {
+    return As<Sens>(GetAnalysisPtr(), AnalysisType::Sens);
+}
 Analyses::Pz* Analyses::AnalysisProxy::GetPzPtr() {
     return As<Pz>(analysis_, AnalysisType::Pz);
 }
@@ -171,6 +220,17 @@ int Analyses::AnalysisProxy::GetUseAnalysisOptions() const {
 
 AnalysisOptions& Analyses::AnalysisProxy::GetAnalysisOptions() {
     return analysis_->GetAnalysisOptions(2);
+}
+
+int Analyses::AnalysisProxy::LoadFromMainAnalysis() {
+    if (!analysis_)
+        return 0;
+    // Noise, distortion and noise figure load through the frequency sweep they derive from.
+    if (auto* ac = dynamic_cast<Ac*>(analysis_))
+        return ac->LoadFromMainAnalysis();
+    if (auto* tran = GetTranPtr())
+        return tran->LoadFromMainAnalysis();
+    return analysis_->LoadFromMainAnalysis();
 }
 
 const Analyses* Analyses::AnalysisProxy::GetMainAnalyses() const {

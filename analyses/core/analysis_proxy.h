@@ -41,6 +41,20 @@ public:
     // The analysis cast to its class when its type is that class' kind, else null.
     Op* GetOpPtr();
     const Op* GetOpPtr() const;
+    Ac* GetAcPtr();
+    const Ac* GetAcPtr() const;
+    Tran* GetTranPtr();
+    const Tran* GetTranPtr() const;
+    Four* GetFourPtr();
+    const Four* GetFourPtr() const;
+    Noise* GetNoisePtr();
+    const Noise* GetNoisePtr() const;
+    Disto* GetDistoPtr();
+    const Disto* GetDistoPtr() const;
+    DcSweep* GetDcSweepPtr();
+    const DcSweep* GetDcSweepPtr() const;
+    Sens* GetSensPtr();
+    const Sens* GetSensPtr() const;
     Pz* GetPzPtr();
     const Pz* GetPzPtr() const;
     Tf* GetTfPtr();
@@ -65,6 +79,9 @@ public:
     int GetUseAnalysisOptions() const;
     /// The option set in force; the analysis must exist.
     AnalysisOptions& GetAnalysisOptions();
+    /// Copies the frequency or time settings of the collection's main analysis
+    /// into the held analysis, for the kinds that share them; 0 otherwise.
+    int LoadFromMainAnalysis();
     const Analyses* GetMainAnalyses() const;
     /// The analysis' node set; the analysis must exist.
     AnalysisNodes& GetAnalysisNodes();

@@ -191,6 +191,12 @@ TEST(AnalysisBase, AcceptanceNeedsTenThousandPointsWhereTheWordIsKept) {
               "Maximum number of points for plot should be larger than 10000\n");
 }
 
+// Refuses for a reason of its own, as analyses with further settings do.
+class PickyOp : public Analyses::Op {
+public:
+    int CanSimulate() const override { return 0; }
+};
+
 TEST(AnalysisBase, SimulationNeedsASavedVariable) {
     Analyses::Op op;
     EXPECT_EQ(op.CanSimulate(), 0);
@@ -201,6 +207,11 @@ TEST(AnalysisBase, SimulationNeedsASavedVariable) {
     op.GetAnalysisNodes().GetNodes().AddName("v(2)", 0, 256);
     EXPECT_EQ(op.CanSimulate(), 1);
     EXPECT_EQ(op.ExplainWhyCannotSimulate(), "");
+
+    // The base message answers only the base's own question.
+    PickyOp picky;
+    picky.GetAnalysisNodes().GetNodes().AddName("v(2)", 0, 256);
+    EXPECT_EQ(picky.ExplainWhyCannotSimulate(), "");
 }
 
 TEST(AnalysisBase, SameAsDefaultErasesEdits) {

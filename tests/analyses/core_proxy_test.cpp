@@ -1,6 +1,7 @@
 // Proxies, the factory and the collection's per-kind table.
 #include "analyses/core/analysis_factory.h"
 #include "analyses/core/analysis_proxy.h"
+#include "analyses/single/noise.h"
 #include "analyses/single/op.h"
 #include "analyses/single/pz.h"
 
@@ -88,6 +89,14 @@ TEST(AnalysisProxy, TypeAndTypedAccess) {
     proxy.SetAnalysisIdentifier(3);
     EXPECT_EQ(proxy.GetPlotTitle(), "Pole Zero");
     EXPECT_EQ(&proxy.GetAnalysisOptions(), &proxy.GetAnalysisPtr()->GetAnalysisOptions(1));
+}
+
+TEST(AnalysisProxy, TypedAccessFollowsTheKindNotTheClassTree) {
+    Analyses::Noise noise;
+    Proxy proxy(&noise, 0);
+    EXPECT_EQ(proxy.GetNoisePtr(), &noise);
+    EXPECT_EQ(proxy.GetAcPtr(), nullptr); // a noise analysis is kind 4, not 1
+    EXPECT_EQ(proxy.GetDistoPtr(), nullptr);
 }
 
 TEST(AnalysisProxy, ReadsByNickname) {
