@@ -1,6 +1,7 @@
 // `canal run` end to end on the real libngspice: the files it writes, the numbers in
 // them, and what a failing netlist leaves behind.
 #include "cli/commands.h"
+#include "cli/run.h"
 
 #include <gtest/gtest.h>
 
@@ -197,4 +198,21 @@ TEST_F(RunCommandTest, ArgumentProblemsAreReportedBeforeAnySimulation) {
     EXPECT_EQ(Run({"--help"}), cli::ExitOk);
     EXPECT_NE(out_.str().find("--save VECTORS"), std::string::npos);
     EXPECT_FALSE(fs::exists(out));
+}
+
+TEST(StatusLine, RewritesOneLineOnATerminalAndStaysQuietOtherwiseForShortWork) {
+    std::ostringstream terminal;
+    {
+        cli::StatusLine line(terminal, true);
+        line.Update("Simulating... tran");
+        line.Update("ok");
+    }
+    EXPECT_EQ(terminal.str(), "\rSimulating... tran\rok" + std::string(16, ' ') + "\r  \r");
+
+    std::ostringstream pipe;
+    {
+        cli::StatusLine line(pipe, false);
+        line.Update("Simulating...");
+    }
+    EXPECT_EQ(pipe.str(), "");
 }
