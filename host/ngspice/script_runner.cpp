@@ -379,11 +379,6 @@ void Execution::Statement(const std::string& stmt) {
         Send("run");
         return;
     }
-    if (word == "quit" || word == "exit") {
-        // The session belongs to the process, not to one script.
-        Fail(std::string(GetResourceText(IDS_HOST_QUIT_REFUSED)) + stmt);
-        return;
-    }
     if (word == "orvo") {
         const std::string key = tokens.size() > 1 ? tokens[1] : std::string();
         Fail(std::string(GetResourceText(IDS_HOST_COMPOUND_NOT_AVAILABLE)) + key);
@@ -728,6 +723,15 @@ void Execution::FillPages(const std::vector<std::string>& plots, bool checkSaves
             t.im = std::move(v.im);
             t.plotted = plotAll || plotted.count(Lower(n)) != 0;
             p.traces.push_back(std::move(t));
+        }
+        // ngspice accepts some incomplete analysis lines ("ac dec 10 100") and runs them over
+        // no points at all, without a message.
+        const bool empty = hasX ? p.x.empty()
+                                : std::all_of(p.traces.begin(), p.traces.end(),
+                                              [](const report::Trace& t) { return t.re.empty(); });
+        if (checkSaves && empty) {
+            Fail(GetResourceText(IDS_HOST_NO_DATA));
+            continue;
         }
         // ngspice drops saved names it does not know without a word; an unknown node would
         // otherwise just be missing from the page.

@@ -262,6 +262,21 @@ void NgSpiceSession::HandleData(const vecvaluesall& values) {
 CommandResult NgSpiceSession::Command(std::string_view command) {
     std::lock_guard lock(SessionMutex());
     CommandResult result;
+    // After "quit" or a fatal error ngspice 39 frees its state and crashes on the next circuit,
+    // even after a second ngSpice_Init; so quitting is refused, and a dead library is not called.
+    const std::string word = Lower(command.substr(0, command.find_first_of(" \t")));
+    if (word == "quit" || word == "exit") {
+        result.ok = false;
+        result.error = GetResourceText(IDS_HOST_QUIT_REFUSED);
+        result.error += std::string(command);
+        return result;
+    }
+    if (exitRequested_) {
+        result.ok = false;
+        result.exitRequested = true;
+        result.error = GetResourceText(IDS_HOST_EXIT_REQUESTED);
+        return result;
+    }
     CommandResult* outer = current_;
     current_ = &result;
     int rc = 0;
@@ -274,8 +289,6 @@ CommandResult NgSpiceSession::Command(std::string_view command) {
     if (listener_ && !result.plots.empty())
         listener_->OnEndPlot();
     if (result.exitRequested) {
-        // After an exit request ngspice has dropped its circuits (after "quit") or left them in an
-        // unknown state; a new circuit has to be loaded before the next analysis.
         hasCircuit_ = false;
         result.ok = false;
         if (result.error.empty())
@@ -296,6 +309,13 @@ CommandResult NgSpiceSession::LoadCircuit(const std::vector<std::string>& lines)
         (void)Command("destroy all");
         (void)Command("remcirc");
         hasCircuit_ = false;
+    }
+    if (exitRequested_) {
+        CommandResult dead;
+        dead.ok = false;
+        dead.exitRequested = true;
+        dead.error = GetResourceText(IDS_HOST_EXIT_REQUESTED);
+        return dead;
     }
     std::vector<std::string> deck = lines;
     const bool hasEnd =

@@ -22,6 +22,9 @@
 //
 // Exits: ngspice may ask to exit after a fatal error (its ControlledExit callback). The session
 // never lets that end the process: it records the request and fails the command that caused it.
+// ngspice 39 cannot be used again after such an exit (not even after a second initialisation),
+// so from then on every call fails with a message instead of calling into the library; "quit"
+// and "exit" are refused for the same reason.
 //
 // Locale: every call into the library runs under a C-locale guard, because ngspice parses and
 // prints numbers with the C library's locale-dependent functions.

@@ -416,6 +416,10 @@ TEST_F(ScriptRunnerTest, ErrorsCarryNgspiceMessagesAndKeepEarlierPages) {
     EXPECT_TRUE(r.pages[2].failed);
     EXPECT_NE(r.pages[2].error.find("vmissing"), std::string::npos) << r.pages[2].error;
 
+    const RunResult& empty = Run("begin-scope page AC; ac  -env-options dec 10 100 ; end-scope ");
+    EXPECT_FALSE(empty.ok);
+    EXPECT_EQ(empty.error, "The analysis produced no data points.");
+
     const RunResult& orvo = Run("begin-scope page MC; orvo MONTE a:int{1}; end-scope ");
     EXPECT_FALSE(orvo.ok);
     EXPECT_EQ(orvo.error, "Compound analyses are not available yet: MONTE");
