@@ -192,6 +192,25 @@ bool XIsLog(const Page& page) {
     return hi / lo >= 100.0;
 }
 
+/// "voltage (V)" when every plotted trace is a node voltage, "current (A)" when
+/// every one is a branch current; nothing for a mix.
+std::string QuantityTitle(const std::vector<const Trace*>& traces) {
+    auto all = [&](auto pred) {
+        return !traces.empty() && std::all_of(traces.begin(), traces.end(), pred);
+    };
+    auto starts = [](const std::string& name, char kind) {
+        return name.size() > 2 && (name[0] == kind || name[0] == kind - 'a' + 'A') &&
+               name[1] == '(';
+    };
+    if (all([&](const Trace* t) { return starts(t->name, 'v'); }))
+        return GetResourceText(IDS_REPORT_VOLTAGE);
+    if (all([&](const Trace* t) {
+            return starts(t->name, 'i') || (t->name.size() > 7 && t->name.ends_with("#branch"));
+        }))
+        return GetResourceText(IDS_REPORT_CURRENT);
+    return std::string();
+}
+
 double DecibelOf(double re, double im) {
     double mag = std::hypot(re, im);
     return mag > 0.0 ? 20.0 * std::log10(mag) : -INFINITY;
@@ -334,7 +353,7 @@ std::string ToSvg(const Page& page, const SvgOptions& options) {
         panels[1].yTitle = GetResourceText(IDS_REPORT_PHASE_DEG);
         panels[1].y.degrees = true;
     } else {
-        panels[0].yTitle = page.yAxis.label;
+        panels[0].yTitle = page.yAxis.label.empty() ? QuantityTitle(plotted) : page.yAxis.label;
         panels[0].y.log = IsLogScale(page.yAxis.scale);
     }
 

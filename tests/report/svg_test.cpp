@@ -145,6 +145,7 @@ TEST(Svg, NanEmptySinglePointAndFlatTracesStillGiveAValidPlot) {
     // "gappy" breaks into three runs of one point, "flat" is one run of five.
     EXPECT_EQ(PolylinePointCounts(svg), (std::vector<size_t>{1, 1, 1, 5}));
     EXPECT_EQ(svg.find("nan"), std::string::npos);
+    EXPECT_EQ(svg.find("voltage (V)"), std::string::npos); // no common quantity
     EXPECT_EQ(svg.find("inf"), std::string::npos);
 
     report::Page single;
@@ -180,6 +181,21 @@ TEST(Svg, PhaseIsPlottedWithoutWrapJumps) {
     std::string svg = report::ToSvg(page);
     EXPECT_NE(svg.find(">-270</text>"), std::string::npos);
     EXPECT_EQ(svg.find(">180</text>"), std::string::npos);
+}
+
+TEST(Svg, VerticalTitleNamesTheCommonQuantity) {
+    report::Page page;
+    page.xName = "time";
+    page.x = {0.0, 1.0};
+    page.traces.push_back({"v(out)", {0.0, 1.0}, {}, true});
+    page.traces.push_back({"V(in)", {1.0, 1.0}, {}, true});
+    page.traces.push_back({"i(vcc)", {1.0, 1.0}, {}, false}); // saved, not plotted
+    EXPECT_NE(report::ToSvg(page).find(">voltage (V)</text>"), std::string::npos);
+    page.traces[0].name = "vcc#branch";
+    page.traces[1].name = "i(r1)";
+    EXPECT_NE(report::ToSvg(page).find(">current (A)</text>"), std::string::npos);
+    page.yAxis.label = "amps";
+    EXPECT_NE(report::ToSvg(page).find(">amps</text>"), std::string::npos);
 }
 
 TEST(Svg, LogAxisDropsValuesThatHaveNoLogarithm) {
