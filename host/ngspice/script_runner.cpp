@@ -10,6 +10,7 @@
 #include <cctype>
 #include <charconv>
 #include <chrono>
+#include <optional>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -165,6 +166,7 @@ private:
 
     bool Send(const std::string& command, bool intoPage = true);
     void Analysis(const std::string& word, const std::vector<std::string>& tokens);
+    void ApplySaves(bool nodeAnalysis);
     void FillPages(const std::vector<std::string>& plots, bool checkSaves);
     void MakeRelative(const std::vector<std::string>& args, const std::string& sensPlot);
     bool OutputValue(const std::string& output, const std::string& backTo, double& value);
@@ -187,6 +189,7 @@ private:
     bool stopped_ = false;
     bool savedThisScope_ = false;
     std::vector<std::string> saves_;
+    std::optional<std::string> appliedSaves_; ///< the save list ngspice holds, when known
     std::vector<std::string> iplot_;
     report::Axis pendingX_, pendingY_;
     std::set<std::string> noted_;
@@ -326,17 +329,16 @@ void Execution::Statement(const std::string& stmt) {
         return;
     }
     if (word == "save") {
-        std::vector<std::string> names(tokens.begin() + 1, tokens.end());
-        if (names.empty())
-            return;
-        // ngspice's save list outlives the command; each scope starts from its own.
+        // Kept until the analysis runs: which vectors ngspice may restrict depends on it.
         if (!savedThisScope_) {
-            (void)Send("delete all", false);
             saves_.clear();
             savedThisScope_ = true;
         }
-        saves_.insert(saves_.end(), names.begin(), names.end());
-        Send(GroundToZero(stmt));
+        for (std::size_t i = 1; i < tokens.size(); ++i) {
+            std::string name = GroundToZero(tokens[i]);
+            if (std::find(saves_.begin(), saves_.end(), name) == saves_.end())
+                saves_.push_back(std::move(name));
+        }
         return;
     }
     if (word == "iplot") {
@@ -376,6 +378,7 @@ void Execution::Statement(const std::string& stmt) {
     }
     if (word == "run") {
         Status(GetResourceText(IDS_HOST_SIMULATING));
+        ApplySaves(true);
         Send("run");
         return;
     }
@@ -385,6 +388,7 @@ void Execution::Statement(const std::string& stmt) {
         return;
     }
     // Anything else is the user's own ngspice text.
+    ApplySaves(true);
     Send(GroundToZero(stmt));
 }
 
@@ -529,6 +533,7 @@ void Execution::Analysis(const std::string& word, const std::vector<std::string>
     if (uic)
         command += " uic";
     statusText_ = std::string(GetResourceText(IDS_HOST_SIMULATING)) + " " + word;
+    ApplySaves(word == "op" || word == "ac" || word == "dc" || word == "tran" || word == "disto");
 
     CommandResult r = session_.Command(command);
     report::Page& p = Page();
@@ -647,6 +652,23 @@ bool Execution::OutputValue(const std::string& output, const std::string& backTo
     (void)session_.Command("destroy " + op);
     (void)session_.Command("setplot " + backTo);
     return ok;
+}
+
+// ngspice's save list outlives the command that set it and also applies to analyses whose results
+// are not node vectors (pole-zero, transfer function, sensitivity), which then find nothing to
+// save and do not run. So the scope's list is set right before a node analysis, and cleared
+// (everything saved) before the others.
+void Execution::ApplySaves(bool nodeAnalysis) {
+    std::string list;
+    if (nodeAnalysis)
+        for (const auto& s : saves_)
+            list += (list.empty() ? "" : " ") + s;
+    if (appliedSaves_ && *appliedSaves_ == list)
+        return;
+    (void)session_.Command("delete all");
+    appliedSaves_ = list;
+    if (!list.empty())
+        Send("save " + list, false);
 }
 
 void Execution::FillPages(const std::vector<std::string>& plots, bool checkSaves) {
