@@ -270,6 +270,14 @@ void Analyses::AnalysisProxy::ShowDialog(CWnd* parent, COkCancelSimulate::EditMo
         analysis_->ShowDialog(parent, mode, a, b);
 }
 
+int Analyses::AnalysisProxy::GetUseTStep() {
+    if (!GetTranPtr() || !analysis_->GetMainAnalyses())
+        return 0;
+    const auto* mainTran =
+        dynamic_cast<const Tran*>(analysis_->GetMainAnalyses()->GetAnalysis(AnalysisType::Tran));
+    return mainTran ? mainTran->GetUseAutoTmax() : 0;
+}
+
 int Analyses::AnalysisProxy::SameAsDefault() const {
     return analysis_ && analysis_->SameAsDefault() ? 1 : 0;
 }

@@ -94,6 +94,11 @@ public:
                               const char* prefix) const;
     void ShowDialog(CWnd* parent, COkCancelSimulate::EditMode mode, int* a, int* b);
 
+    /// For a held transient analysis: whether the collection's transient
+    /// analysis estimates its maximum step automatically ("USE_AUTO_TIME_STEP");
+    /// 0 for other kinds and without a collection.
+    int GetUseTStep();
+
     /// 1 when an analysis is held and it is at its defaults.
     int SameAsDefault() const;
     AnalysisProxy* Clone() const { return nullptr; }

@@ -1,9 +1,11 @@
 // Proxies, the factory and the collection's per-kind table.
 #include "analyses/core/analysis_factory.h"
 #include "analyses/core/analysis_proxy.h"
+#include "analyses/single/ac.h"
 #include "analyses/single/noise.h"
 #include "analyses/single/op.h"
 #include "analyses/single/pz.h"
+#include "analyses/single/tran.h"
 
 #include <gtest/gtest.h>
 
@@ -97,6 +99,34 @@ TEST(AnalysisProxy, TypedAccessFollowsTheKindNotTheClassTree) {
     EXPECT_EQ(proxy.GetNoisePtr(), &noise);
     EXPECT_EQ(proxy.GetAcPtr(), nullptr); // a noise analysis is kind 4, not 1
     EXPECT_EQ(proxy.GetDistoPtr(), nullptr);
+}
+
+TEST(AnalysisProxy, ConsultsTheCollectionsMainAnalyses) {
+    TestAnalyses main;
+    // A noise analysis sweeps the frequencies of the collection's AC analysis.
+    Analyses::Ac mainAc(&main);
+    Analyses::Tran mainTran(&main);
+    main.RegisterAnalysis(T::Ac, &mainAc);
+    main.RegisterAnalysis(T::Tran, &mainTran);
+    mainAc.SetNpoints_per_variation(77);
+    mainTran.SetUseAutoTmax(1);
+
+    Analyses::Noise noise(&main);
+    Proxy noiseProxy(&noise, 0);
+    EXPECT_EQ(noiseProxy.LoadFromMainAnalysis(), 1);
+    EXPECT_EQ(noise.GetNpoints_per_variation(), 77);
+    EXPECT_EQ(noiseProxy.GetUseTStep(), 0);
+
+    Analyses::Tran tran(&main);
+    Proxy tranProxy(&tran, 0);
+    EXPECT_EQ(tranProxy.GetUseTStep(), 1);
+    mainTran.SetUseAutoTmax(0);
+    EXPECT_EQ(tranProxy.GetUseTStep(), 0);
+
+    Analyses::Op op(&main);
+    EXPECT_EQ(Proxy(&op, 0).LoadFromMainAnalysis(), 0);
+    Analyses::Tran loose;
+    EXPECT_EQ(Proxy(&loose, 0).GetUseTStep(), 0);
 }
 
 TEST(AnalysisProxy, ReadsByNickname) {
