@@ -6,6 +6,7 @@
 #include "platform/resources.h"
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace {
@@ -70,13 +71,11 @@ int Analyses::Analysis::SameAsDefault() const {
 
 CString Analyses::Analysis::GetMinPropertyList() {
     const CString mine = toPropertyItem().GetField();
-    Analysis* clone = Clone();
+    const std::unique_ptr<Analysis> clone(Clone());
     if (!clone)
         return mine;
     clone->reset();
-    const bool same = clone->toPropertyItem().GetField() == mine;
-    delete clone;
-    return same ? CString() : mine;
+    return clone->toPropertyItem().GetField() == mine ? CString() : mine;
 }
 
 Analyses::Analysis& Analyses::Analysis::assign(const Analysis& other) {
