@@ -10,6 +10,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <locale.h>
 #include <mutex>
@@ -112,6 +113,44 @@ void DeckTemperatures(const std::vector<std::string>& lines, double& temp, doubl
             OptionValue(card, "tnom", tnom);
         }
     }
+}
+
+// Lines handed to ngspice as an array have no file of their own, so ngspice would look for a
+// relative ".include" or ".lib" file in the current directory. A netlist file means its own
+// folder, as ngspice's "source" does; a path that exists there is made absolute.
+std::string ResolveInclude(const std::string& line, const std::filesystem::path& folder) {
+    const std::string l = Lower(line);
+    std::size_t kw = 0;
+    if (l.rfind(".include", 0) == 0)
+        kw = 8;
+    else if (l.rfind(".inc", 0) == 0)
+        kw = 4;
+    else if (l.rfind(".lib", 0) == 0)
+        kw = 4;
+    if (kw == 0 || kw >= line.size() || (line[kw] != ' ' && line[kw] != '\t'))
+        return line;
+    std::size_t b = line.find_first_not_of(" \t", kw);
+    if (b == std::string::npos)
+        return line;
+    std::size_t e;
+    const char quote = line[b];
+    if (quote == '"' || quote == '\'') {
+        ++b;
+        e = line.find(quote, b);
+        if (e == std::string::npos)
+            return line;
+    } else {
+        e = line.find_first_of(" \t", b);
+        if (e == std::string::npos)
+            e = line.size();
+    }
+    const std::filesystem::path file(line.substr(b, e - b));
+    std::error_code ec;
+    if (file.empty() || file.is_absolute() || !std::filesystem::exists(folder / file, ec))
+        return line;
+    const std::size_t tail = (quote == '"' || quote == '\'') ? e + 1 : e;
+    return line.substr(0, kw) + " \"" + (folder / file).lexically_normal().string() + "\"" +
+           line.substr(tail);
 }
 
 } // namespace
@@ -366,11 +405,12 @@ CommandResult NgSpiceSession::LoadCircuitFile(const std::string& path) {
         r.error += path;
         return r;
     }
+    const std::filesystem::path folder = std::filesystem::absolute(path).parent_path();
     std::vector<std::string> lines;
     for (std::string line; std::getline(in, line);) {
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
-        lines.push_back(std::move(line));
+        lines.push_back(ResolveInclude(line, folder));
     }
     return LoadCircuit(lines);
 }

@@ -106,8 +106,8 @@ public:
     /// Loads a circuit given as netlist lines (the title first; ".end" is added when missing).
     /// A previously loaded circuit is removed first, so one circuit is current at a time.
     [[nodiscard]] CommandResult LoadCircuit(const std::vector<std::string>& lines);
-    /// Reads a netlist file and loads it like `LoadCircuit`; relative ".include" paths are
-    /// resolved by ngspice against the current directory.
+    /// Reads a netlist file and loads it like `LoadCircuit`; relative ".include" and ".lib"
+    /// paths are taken from the file's own folder.
     [[nodiscard]] CommandResult LoadCircuitFile(const std::string& path);
     bool HasCircuit() const { return hasCircuit_; }
     /// The temperatures the loaded circuit asks for in degrees Celsius: its ".temp" card or

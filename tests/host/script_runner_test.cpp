@@ -179,6 +179,17 @@ TEST_F(ScriptRunnerTest, OperatingPointOfDividerGivesNodeVoltagesAndSourceCurren
     EXPECT_FALSE(in->plotted); // saved, not in the iplot list
 }
 
+TEST_F(ScriptRunnerTest, RelativeIncludesOfANetlistFileAreFoundBesideIt) {
+    std::filesystem::create_directories(dir_ / "lib");
+    std::ofstream(dir_ / "lib" / "parts.lib") << ".model dm d is=1e-14\n";
+    Load("include\ni1 0 a dc 1m\nd1 a 0 dm\n.include \"lib/parts.lib\"\n.end\n");
+    const RunResult& r = Run("begin-scope page OP; save v(a); op  -env-options ; end-scope ");
+    ASSERT_TRUE(r.ok) << r.error;
+    const report::Trace* a = FindTrace(r.pages.at(0), "v(a)");
+    ASSERT_TRUE(a);
+    EXPECT_NEAR(a->re.at(0), 0.65, 0.05);
+}
+
 TEST_F(ScriptRunnerTest, TransientInitialConditionKeywordsChooseTheStartingState) {
     // A DC source charges the capacitor before t = 0 unless the run starts from zero.
     Load("rc step\nv1 in 0 dc 1\nr1 in out 1k\nc1 out 0 1u\n.end\n");
