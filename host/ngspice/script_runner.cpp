@@ -760,7 +760,8 @@ void Execution::FillPages(const std::vector<std::string>& plots, bool checkSaves
         if (checkSaves && nodePlot) {
             for (const auto& s : saves_) {
                 const std::string k = VectorKey(GroundToZero(s));
-                if (k == "all" || k.find('@') != std::string::npos)
+                // Device quantities and differences are computed names, not stored vectors.
+                if (k == "all" || k.find_first_of("@,") != std::string::npos)
                     continue;
                 if (!present.count(k)) {
                     Fail(std::string(GetResourceText(IDS_HOST_VECTOR_NOT_FOUND)) + s);
