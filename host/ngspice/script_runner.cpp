@@ -10,6 +10,7 @@
 #include <cctype>
 #include <charconv>
 #include <chrono>
+#include <map>
 #include <optional>
 #include <set>
 #include <sstream>
@@ -171,6 +172,7 @@ private:
     void MakeRelative(const std::vector<std::string>& args, const std::string& sensPlot);
     bool OutputValue(const std::string& output, const std::string& backTo, double& value);
     void Set(const std::string& stmt, const std::vector<std::string>& tokens);
+    void ResetOptionsIfNeeded(const CStringArray& statements);
     void Param(const std::vector<std::string>& tokens);
     void Fourier(const std::vector<std::string>& tokens);
     void Show(const std::string& word, const std::vector<std::string>& tokens);
@@ -271,6 +273,7 @@ bool Execution::Send(const std::string& command, bool intoPage) {
 void Execution::Run(const std::string& script) {
     CStringArray statements;
     DivideStringIntoStatements(CString(script), statements);
+    ResetOptionsIfNeeded(statements);
     session_.SetListener(this);
     for (const CString& raw : statements) {
         const std::string stmt = Trim(raw.view());
@@ -456,16 +459,32 @@ void Execution::RestoreTemperature(bool nominalToo) {
     }
 }
 
-void Execution::Set(const std::string& stmt, const std::vector<std::string>& tokens) {
-    // Forms: "set NAME = V", "set NAME=V", "set NAME", "set -temp".
-    std::string rest = Trim(std::string_view(stmt).substr(tokens.front().size()));
-    std::string name = rest, value;
+// Splits "set NAME = V", "set NAME=V", "set NAME" and "set -temp" into a lower-case name and
+// the value text.
+void SplitSet(const std::string& stmt, const std::string& first, std::string& key,
+              std::string& value, bool& hasValue) {
+    const std::string rest = Trim(std::string_view(stmt).substr(first.size()));
     const auto eq = rest.find('=');
-    if (eq != std::string::npos) {
-        name = Trim(std::string_view(rest).substr(0, eq));
-        value = Trim(std::string_view(rest).substr(eq + 1));
-    }
-    const std::string key = Lower(name);
+    hasValue = eq != std::string::npos;
+    key = Lower(hasValue ? Trim(std::string_view(rest).substr(0, eq)) : rest);
+    value = hasValue ? Trim(std::string_view(rest).substr(eq + 1)) : std::string();
+}
+
+// The ngspice command of a simulator option statement; empty for other statements.
+std::string OptionCommand(const std::string& key, std::string value, bool hasValue) {
+    if (key == "temp" || key == "tnom" || !IsIn(key, kDialectOptions))
+        return {};
+    if (value.size() >= 2 && value.front() == '"' && value.back() == '"')
+        value = value.substr(1, value.size() - 2);
+    if (key == "method" && Lower(value) == "trapezoidal")
+        value = "trap";
+    return value.empty() && !hasValue ? "option " + key : "option " + key + "=" + value;
+}
+
+void Execution::Set(const std::string& stmt, const std::vector<std::string>& tokens) {
+    std::string key, value;
+    bool hasValue = false;
+    SplitSet(stmt, tokens.front(), key, value, hasValue);
     if (key == "-temp") {
         RestoreTemperature(false);
         return;
@@ -474,23 +493,49 @@ void Execution::Set(const std::string& stmt, const std::vector<std::string>& tok
         SetTemperature(key == "temp" ? "temp" : "tnom", value);
         return;
     }
-    if (IsIn(key, kDialectOptions)) {
+    const std::string command = OptionCommand(key, value, hasValue);
+    if (!command.empty()) {
         if (IsIn(key, kXspiceOptions) && !session_.HasXspice()) {
             Note(CString::Formatted(GetResourceText(IDS_HOST_OPTION_UNSUPPORTED), key.c_str())
                      .str());
             return;
         }
-        if (value.size() >= 2 && value.front() == '"' && value.back() == '"')
-            value = value.substr(1, value.size() - 2);
-        if (key == "method" && Lower(value) == "trapezoidal")
-            value = "trap";
-        Send(value.empty() && eq == std::string::npos ? "option " + key
-                                                      : "option " + key + "=" + value,
-             false);
+        if (Send(command, false))
+            session_.RecordOption(key, command);
         return;
     }
     // nfreqs, polydegree, fourgridsize and the user's own variables are ngspice variables.
     Send(stmt, false);
+}
+
+// ngspice keeps every option for all later analyses of the circuit. When this script would not
+// set again everything an earlier one set, the circuit is re-read from its deck first ("reset"),
+// so that each script runs under its own options and the circuit's. Scripts that repeat the
+// same option set, as the model writes them, cost nothing.
+void Execution::ResetOptionsIfNeeded(const CStringArray& statements) {
+    const std::map<std::string, std::string>& held = session_.Options();
+    if (held.empty() || !session_.HasCircuit())
+        return;
+    std::map<std::string, std::string> wanted;
+    for (const CString& raw : statements) {
+        const std::string stmt = Trim(raw.view());
+        const std::vector<std::string> tokens = Tokens(stmt);
+        if (tokens.empty() || Lower(tokens.front()) != "set")
+            continue;
+        std::string key, value;
+        bool hasValue = false;
+        SplitSet(stmt, tokens.front(), key, value, hasValue);
+        const std::string command = OptionCommand(key, value, hasValue);
+        if (!command.empty())
+            wanted[key] = command;
+    }
+    for (const auto& [key, command] : held) {
+        const auto it = wanted.find(key);
+        if (it == wanted.end() || it->second != command) {
+            (void)session_.ResetCircuit();
+            return;
+        }
+    }
 }
 
 void Execution::Analysis(const std::string& word, const std::vector<std::string>& tokens) {

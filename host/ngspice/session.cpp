@@ -384,6 +384,7 @@ CommandResult NgSpiceSession::LoadCircuit(const std::vector<std::string>& lines)
             result.error = GetResourceText(IDS_HOST_CIRCUIT_REJECTED);
     }
     hasCircuit_ = result.ok;
+    options_.clear();
     if (result.ok) {
         CLocaleGuard guard;
         DeckTemperatures(deck, circuitTemp_, circuitTnom_);
@@ -394,6 +395,13 @@ CommandResult NgSpiceSession::LoadCircuit(const std::vector<std::string>& lines)
         (void)ignored;
     }
     return result;
+}
+
+CommandResult NgSpiceSession::ResetCircuit() {
+    std::lock_guard lock(SessionMutex());
+    CommandResult r = Command("reset");
+    options_.clear();
+    return r;
 }
 
 CommandResult NgSpiceSession::LoadCircuitFile(const std::string& path) {

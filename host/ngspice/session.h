@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -115,6 +116,16 @@ public:
     double CircuitTemperature() const { return circuitTemp_; }
     double CircuitNominalTemperature() const { return circuitTnom_; }
 
+    /// Options set by "option" commands since the circuit was loaded or reset, by name, with
+    /// the command that set them.
+    const std::map<std::string, std::string>& Options() const { return options_; }
+    void RecordOption(const std::string& name, const std::string& command) {
+        options_[name] = command;
+    }
+    /// Re-reads the current circuit from its deck ("reset"): options, temperatures and altered
+    /// parameters return to what the netlist says. Plots are kept.
+    [[nodiscard]] CommandResult ResetCircuit();
+
     /// Name of ngspice's current plot ("ac1"); empty when there is none.
     std::string CurrentPlot();
     /// Type (title) of a plot created by a command of this session ("AC Analysis"), or "".
@@ -167,6 +178,7 @@ private:
     int xspice_ = -1; ///< unknown until asked
     double circuitTemp_ = 27.0;
     double circuitTnom_ = 27.0;
+    std::map<std::string, std::string> options_;
     std::vector<KnownPlot> plots_;
     std::vector<double> rowRe_, rowIm_; ///< reused for every data row
     unsigned rowsSincePoll_ = 0;

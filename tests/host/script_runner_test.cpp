@@ -347,6 +347,21 @@ TEST_F(ScriptRunnerTest, TemperatureAndOptionStatementsReachTheSimulator) {
                         "set tnom = 300.15; " +
                         kDefaultOptions.substr(2)),
                 room, 1e-6);
+    // An option one script set does not leak into the next script that does not set it.
+    auto reltolAfter = [&](const std::string& set) {
+        const RunResult& r = Run("begin-scope page OP; " + set +
+                                 "op  -env-options ; option; "
+                                 "end-scope ");
+        EXPECT_TRUE(r.ok) << r.error;
+        for (const auto& l : r.log)
+            if (l.rfind("reltol", 0) == 0)
+                return l.substr(l.find('=') + 1);
+        return std::string();
+    };
+    EXPECT_EQ(reltolAfter("set reltol = 0.01; "), " 0.01");
+    EXPECT_EQ(reltolAfter("set reltol = 0.01; "), " 0.01");
+    EXPECT_EQ(reltolAfter(""), " 0.001");
+
     // A circuit with its own temperature gets that one back after the script's.
     Load("diode\ni1 0 a dc 1m\nd1 a 0 dm\n.model dm d is=1e-14\n.temp 60\n.end\n");
     const double own = forward("");
