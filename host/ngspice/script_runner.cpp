@@ -273,7 +273,8 @@ bool Execution::Send(const std::string& command, bool intoPage) {
 void Execution::Run(const std::string& script) {
     CStringArray statements;
     DivideStringIntoStatements(CString(script), statements);
-    ResetOptionsIfNeeded(statements);
+    if (!options_.keepCircuitState)
+        ResetOptionsIfNeeded(statements);
     session_.SetListener(this);
     for (const CString& raw : statements) {
         const std::string stmt = Trim(raw.view());

@@ -31,6 +31,11 @@ struct RunOptions {
     std::function<bool()> stopRequested;
     /// Receives the plot data of every analysis the script runs (borrowed; may be null).
     PlotListener* listener = nullptr;
+    /// ngspice keeps options for every later analysis, so a script whose option set differs from
+    /// the previous script's first re-reads the circuit from its deck, which also undoes earlier
+    /// "alter"s. Runs that depend on parameters changed just before them set this to keep the
+    /// circuit as it is (options of earlier scripts then stay in force).
+    bool keepCircuitState = false;
 };
 
 /// Borrows the process's ngspice session; the session must outlive the runner.

@@ -361,6 +361,20 @@ TEST_F(ScriptRunnerTest, TemperatureAndOptionStatementsReachTheSimulator) {
     EXPECT_EQ(reltolAfter("set reltol = 0.01; "), " 0.01");
     EXPECT_EQ(reltolAfter("set reltol = 0.01; "), " 0.01");
     EXPECT_EQ(reltolAfter(""), " 0.001");
+    // A run that keeps the circuit state keeps an altered value and the options before it.
+    ASSERT_TRUE(host::NgSpiceSession::Get().Command("option reltol=0.02").ok);
+    host::NgSpiceSession::Get().RecordOption("reltol", "option reltol=0.02");
+    ASSERT_TRUE(host::NgSpiceSession::Get().Command("alter i1 dc = 2m").ok);
+    host::RunOptions keep;
+    keep.keepCircuitState = true;
+    last_ =
+        runner_.Run("begin-scope page OP; save v(a); op  -env-options ; option; end-scope ", keep);
+    ASSERT_TRUE(last_.ok) << last_.error;
+    const report::Trace* altered = FindTrace(last_.pages.at(0), "v(a)");
+    ASSERT_TRUE(altered);
+    EXPECT_GT(altered->re.at(0), room + 0.01); // twice the current, some 18 mV more
+    EXPECT_EQ(reltolAfter(""), " 0.001");      // without the flag the deck's state returns
+    EXPECT_NEAR(forward(""), room, 1e-9);
 
     // A circuit with its own temperature gets that one back after the script's.
     Load("diode\ni1 0 a dc 1m\nd1 a 0 dm\n.model dm d is=1e-14\n.temp 60\n.end\n");
