@@ -7,11 +7,9 @@
 #include <string_view>
 #include <vector>
 
-// Contract
-// --------
-// ngspice keeps its circuits, plots and variables in global state, so a process has exactly one
-// session: `NgSpiceSession::Get()` initialises the library on first use and the object lives until
-// the process ends. Nothing here unloads the library.
+// Contract. ngspice keeps its circuits, plots and variables in global state, so a process has
+// exactly one session: `NgSpiceSession::Get()` initialises the library on first use and the object
+// lives until the process ends. Nothing here unloads the library.
 //
 // Threads: every call runs synchronously on the caller's thread (the background-thread commands
 // of libngspice are never used) and takes the session's lock, so calls from several threads are
