@@ -569,7 +569,9 @@ void Execution::Analysis(const std::string& word, const std::vector<std::string>
             relative = true;
             continue;
         }
-        args.push_back(GroundToZero(tokens[i]));
+        // ngspice reads the netlist in lower case, so names typed as in the netlist
+        // ("V1") must be lowered to be found.
+        args.push_back(GroundToZero(t));
     }
     if (word == "tran" && autoTmax && args.size() >= 4)
         args.resize(3); // tstep tstop tstart: ngspice chooses the maximum step
@@ -825,7 +827,7 @@ void Execution::Fourier(const std::vector<std::string>& tokens) {
         if (tokens[i].front() == '/')
             flags.insert(Lower(tokens[i]));
         else
-            args.push_back(GroundToZero(tokens[i]));
+            args.push_back(GroundToZero(Lower(tokens[i])));
     }
     std::string command = "fourier";
     for (const auto& a : args)

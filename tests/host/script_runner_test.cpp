@@ -231,9 +231,10 @@ TEST_F(ScriptRunnerTest, DcSweepOfOneAndTwoSourcesGivesTheSweepAsXAxis) {
         EXPECT_NEAR(mid->re[i], p1.x[i] * 2 / 3, 1e-9);
 
     const RunResult& two = Run(
-        "begin-scope page DC; save v(mid) v(top); dc  -env-options v1 0 3 1 v2 0 2 1; end-scope ");
+        "begin-scope page DC; save v(mid) v(top); dc  -env-options V1 0 3 1 V2 0 2 1; end-scope ");
     ASSERT_TRUE(two.ok) << two.error;
     const report::Page& p2 = two.pages.at(0);
+    // Source names as typed in the netlist: ngspice itself only knows them in lower case.
     ASSERT_EQ(p2.x.size(), 12u); // 4 inner points for each of 3 outer values
     const report::Trace* top = FindTrace(p2, "v(top)");
     ASSERT_TRUE(top);
