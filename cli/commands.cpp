@@ -16,25 +16,6 @@ namespace cli {
 
 namespace {
 
-// The known nicknames as lines of at most 79 columns, each indented by `indent` blanks.
-std::string NicknameBlock(size_t indent) {
-    constexpr size_t width = 79;
-    std::string block, line;
-    for (const std::string& name : KnownNicknames()) {
-        const std::string word = name + ",";
-        if (!line.empty() && indent + line.size() + 1 + word.size() > width) {
-            block += std::string(indent, ' ') + line + "\n";
-            line.clear();
-        }
-        line += (line.empty() ? "" : " ") + word;
-    }
-    if (!line.empty()) {
-        line.pop_back(); // no comma after the last
-        block += std::string(indent, ' ') + line + "\n";
-    }
-    return block;
-}
-
 // What script, describe and props share: NICKNAME, --settings and, where it
 // applies, --mask.
 struct PrintRequest {
@@ -58,8 +39,8 @@ std::optional<PrintRequest> PreparePrint(const char* command, ResourceId help, b
         return std::nullopt;
     }
     if (parsed->help) {
-        const CString nicknames =
-            CString::Formatted(GetResourceText(IDS_CLI_HELP_NICKNAME), NicknameBlock(20).c_str());
+        const CString nicknames = CString::Formatted(GetResourceText(IDS_CLI_HELP_NICKNAME),
+                                                     NicknameBlock(20, true).c_str());
         out << CString::Formatted(GetResourceText(help), nicknames.c_str(),
                                   GetResourceText(IDS_CLI_HELP_SETTINGS))
                    .str();
@@ -98,7 +79,8 @@ std::optional<PrintRequest> PreparePrint(const char* command, ResourceId help, b
 }
 
 void PrintToolHelp(std::ostream& out) {
-    out << CString::Formatted(GetResourceText(IDS_CLI_HELP_TOOL), NicknameBlock(2).c_str()).str();
+    out << CString::Formatted(GetResourceText(IDS_CLI_HELP_TOOL), NicknameBlock(2, true).c_str())
+               .str();
 }
 
 } // namespace

@@ -136,7 +136,7 @@ int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
     }
     if (parsed->help) {
         const CString nicknames = CString::Formatted(GetResourceText(IDS_CLI_HELP_NICKNAME),
-                                                     KnownNicknamesText().c_str());
+                                                     NicknameBlock(20, false).c_str());
         out << CString::Formatted(GetResourceText(IDS_RUN_HELP), nicknames.c_str(),
                                   GetResourceText(IDS_CLI_HELP_SETTINGS))
                    .str();

@@ -112,6 +112,27 @@ std::vector<std::string> KnownNicknames() {
     return names;
 }
 
+// The known nicknames as lines of at most 79 columns, each indented by `indent` blanks.
+std::string NicknameBlock(size_t indent, bool withPostProc) {
+    constexpr size_t width = 79;
+    std::string block, line;
+    for (const std::string& name : KnownNicknames()) {
+        if (!withPostProc && name == PostProcess::s_GetAnalysisNickname().view())
+            continue;
+        const std::string word = name + ",";
+        if (!line.empty() && indent + line.size() + 1 + word.size() > width) {
+            block += std::string(indent, ' ') + line + "\n";
+            line.clear();
+        }
+        line += (line.empty() ? "" : " ") + word;
+    }
+    if (!line.empty()) {
+        line.pop_back(); // no comma after the last
+        block += std::string(indent, ' ') + line + "\n";
+    }
+    return block;
+}
+
 std::string KnownNicknamesText() {
     std::string text;
     for (const std::string& name : KnownNicknames())

@@ -33,6 +33,10 @@ std::vector<std::string> KnownNicknames();
 /// The known nicknames joined by ", ", for messages and help.
 std::string KnownNicknamesText();
 
+/// The known nicknames wrapped at 79 columns, each line indented by `indent` blanks;
+/// post-processing only when `withPostProc` (it describes a run but cannot be run).
+std::string NicknameBlock(size_t indent, bool withPostProc);
+
 /// Default settings of `nickname` (exact, case-sensitive); nothing when unknown.
 std::optional<Settings> NewSettings(std::string_view nickname);
 
