@@ -1,6 +1,8 @@
 // Pole-zero analysis: command line, persistence and readable summary.
 #include "analyses/single/pz.h"
 
+#include "analyses/core/property_reader.h"
+
 #include "platform/helpers.h"
 #include "platform/resources.h"
 
@@ -71,57 +73,26 @@ CPropertyList Analyses::Pz::toPropertyListHelper() const {
 }
 
 int Analyses::Pz::fromPropertyListHelper(const CPropertyList& list) {
-    struct FilterKey {
-        const char* label;
-        NodeFilter Pz::*field;
-    };
-    struct NameKey {
-        const char* label;
-        CString Pz::*field;
-    };
-    static constexpr FilterKey filters[] = {
+    static constexpr PropertyReader::IntKey<Pz, NodeFilter> filters[] = {
         {"NodeFilterInputPlus", &Pz::filterInputPlus_},
         {"NodeFilterInputMinus", &Pz::filterInputMinus_},
         {"NodeFilterOutputPlus", &Pz::filterOutputPlus_},
         {"NodeFilterOutputMinus", &Pz::filterOutputMinus_},
     };
-    static constexpr NameKey names[] = {
+    static constexpr PropertyReader::StringKey<Pz> names[] = {
         {"InputPlus", &Pz::inputPlus_},
         {"InputMinus", &Pz::inputMinus_},
         {"OutputPlus", &Pz::outputPlus_},
         {"OutputMinus", &Pz::outputMinus_},
     };
+    static constexpr PropertyReader::IntKey<Pz, PZpart> parts[] = {{"PZpart", &Pz::part_}};
+    static constexpr PropertyReader::IntKey<Pz, PZanType> types[] = {
+        {"AnalysisType", &Pz::anType_}};
 
     int result = 1;
-    for (const CPropertyItem& item : list) {
-        const CString& label = item.GetLabel();
-        const bool isInt = item.GetTypeOfValue() == CPropertyItem::Int;
-        const bool isString = item.GetTypeOfValue() == CPropertyItem::String;
-        bool known = false;
-        for (const FilterKey& k : filters)
-            if (label == k.label) {
-                known = true;
-                if (isInt)
-                    this->*k.field = static_cast<NodeFilter>(item.GetInt());
-            }
-        for (const NameKey& k : names)
-            if (label == k.label) {
-                known = true;
-                if (isString)
-                    this->*k.field = item.GetString();
-            }
-        if (label == "PZpart") {
-            known = true;
-            if (isInt)
-                part_ = static_cast<PZpart>(item.GetInt());
-        } else if (label == "AnalysisType") {
-            known = true;
-            if (isInt)
-                anType_ = static_cast<PZanType>(item.GetInt());
-        }
-        if (!known)
+    for (const CPropertyItem& item : list)
+        if (!PropertyReader::ApplyKnownKey(*this, item, filters, names, parts, types))
             result = 0;
-    }
     return result;
 }
 

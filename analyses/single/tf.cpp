@@ -1,6 +1,8 @@
 // Transfer function analysis: command line, persistence and readable summary.
 #include "analyses/single/tf.h"
 
+#include "analyses/core/property_reader.h"
+
 #include "platform/helpers.h"
 #include "platform/resources.h"
 
@@ -47,53 +49,25 @@ CPropertyList Analyses::Tf::toPropertyListHelper() const {
 }
 
 int Analyses::Tf::fromPropertyListHelper(const CPropertyList& list) {
-    struct FilterKey {
-        const char* label;
-        NodeFilter Tf::*field;
-    };
-    struct NameKey {
-        const char* label;
-        CString Tf::*field;
-    };
-    static constexpr FilterKey filters[] = {
+    static constexpr PropertyReader::IntKey<Tf, NodeFilter> filters[] = {
         {"NodeFilterInputRefSource", &Tf::filterInputSource_},
         {"NodeFilterCurrentSource", &Tf::filterCurrentSource_},
         {"NodeFilterOutputNode", &Tf::filterOutputNode_},
         {"NodeFilterOutputRefNode", &Tf::filterOutputRefNode_},
     };
-    static constexpr NameKey names[] = {
+    static constexpr PropertyReader::StringKey<Tf> names[] = {
         {"InputRefSource", &Tf::inputSource_},
         {"CurrentSource", &Tf::currentSource_},
         {"OutputNode", &Tf::outputNode_},
         {"OutputRefNode", &Tf::outputRefNode_},
     };
+    static constexpr PropertyReader::IntKey<Tf, int32_t> flags[] = {
+        {"UseCurrentSource", &Tf::useCurrentSource_}};
 
     int result = 1;
-    for (const CPropertyItem& item : list) {
-        const CString& label = item.GetLabel();
-        const bool isInt = item.GetTypeOfValue() == CPropertyItem::Int;
-        const bool isString = item.GetTypeOfValue() == CPropertyItem::String;
-        bool known = false;
-        for (const FilterKey& k : filters)
-            if (label == k.label) {
-                known = true;
-                if (isInt)
-                    this->*k.field = static_cast<NodeFilter>(item.GetInt());
-            }
-        for (const NameKey& k : names)
-            if (label == k.label) {
-                known = true;
-                if (isString)
-                    this->*k.field = item.GetString();
-            }
-        if (label == "UseCurrentSource") {
-            known = true;
-            if (isInt)
-                useCurrentSource_ = static_cast<int32_t>(item.GetInt());
-        }
-        if (!known)
+    for (const CPropertyItem& item : list)
+        if (!PropertyReader::ApplyKnownKey(*this, item, filters, names, flags))
             result = 0;
-    }
     return result;
 }
 
