@@ -1,6 +1,8 @@
 // DC sweep analysis: command line, persistence and readable summary.
 #include "analyses/single/dc_sweep.h"
 
+#include "analyses/core/property_reader.h"
+
 #include "platform/helpers.h"
 #include "platform/resources.h"
 
@@ -64,60 +66,26 @@ CPropertyList Analyses::DcSweep::toPropertyListHelper() const {
 }
 
 int Analyses::DcSweep::fromPropertyListHelper(const CPropertyList& list) {
-    struct FilterKey {
-        const char* label;
-        NodeFilter DcSweep::*field;
-    };
-    struct NameKey {
-        const char* label;
-        CString DcSweep::*field;
-    };
-    struct NumberKey {
-        const char* label;
-        double DcSweep::*field;
-    };
-    static constexpr FilterKey filters[] = {
+    static constexpr PropertyReader::IntKey<DcSweep, NodeFilter> filters[] = {
         {"NodeFilterSource1", &DcSweep::filterSource1_},
         {"NodeFilterSource2", &DcSweep::filterSource2_},
     };
-    static constexpr NameKey names[] = {
+    static constexpr PropertyReader::StringKey<DcSweep> names[] = {
         {"Source1", &DcSweep::source1_},
         {"Source2", &DcSweep::source2_},
     };
-    static constexpr NumberKey numbers[] = {
+    static constexpr PropertyReader::DoubleKey<DcSweep> numbers[] = {
         {"Start1", &DcSweep::start1_},         {"Stop1", &DcSweep::stop1_},
         {"Increment1", &DcSweep::increment1_}, {"Start2", &DcSweep::start2_},
         {"Stop2", &DcSweep::stop2_},           {"Increment2", &DcSweep::increment2_},
     };
 
+    static constexpr PropertyReader::IntKey<DcSweep, int32_t> flags[] = {
+        {"UseSource2", &DcSweep::useSource2_}};
+
     int result = 1;
     for (const CPropertyItem& item : list) {
-        const CString& label = item.GetLabel();
-        const CPropertyItem::Type type = item.GetTypeOfValue();
-        bool known = false;
-        for (const FilterKey& k : filters)
-            if (label == k.label) {
-                known = true;
-                if (type == CPropertyItem::Int)
-                    this->*k.field = static_cast<NodeFilter>(item.GetInt());
-            }
-        for (const NameKey& k : names)
-            if (label == k.label) {
-                known = true;
-                if (type == CPropertyItem::String)
-                    this->*k.field = item.GetString();
-            }
-        for (const NumberKey& k : numbers)
-            if (label == k.label) {
-                known = true;
-                if (type == CPropertyItem::Double)
-                    this->*k.field = item.GetDouble();
-            }
-        if (label == "UseSource2") {
-            known = true;
-            if (type == CPropertyItem::Int)
-                useSource2_ = static_cast<int32_t>(item.GetInt());
-        }
+        bool known = PropertyReader::ApplyKnownKey(*this, item, filters, names, numbers, flags);
         if (!known)
             result = 0;
     }

@@ -1,6 +1,8 @@
 // Noise analysis: command line, persistence and readable summary.
 #include "analyses/single/noise.h"
 
+#include "analyses/core/property_reader.h"
+
 #include "platform/helpers.h"
 #include "platform/resources.h"
 
@@ -51,59 +53,27 @@ CPropertyList Analyses::Noise::toPropertyListHelper() const {
 }
 
 int Analyses::Noise::fromPropertyListHelper(const CPropertyList& list) {
-    struct FilterKey {
-        const char* label;
-        NodeFilter Noise::*field;
-    };
-    struct NameKey {
-        const char* label;
-        CString Noise::*field;
-    };
-    struct CountKey {
-        const char* label;
-        int32_t Noise::*field;
-    };
-    static constexpr FilterKey filters[] = {
+    static constexpr PropertyReader::IntKey<Noise, NodeFilter> filters[] = {
         {"NodeFilterInputRefSource", &Noise::filterInputSource_},
         {"NodeFilterOutputNode", &Noise::filterOutputNode_},
         {"NodeFilterReferenceNode", &Noise::filterReferenceNode_},
     };
-    static constexpr NameKey names[] = {
+    static constexpr PropertyReader::StringKey<Noise> names[] = {
         {"InputRefSource", &Noise::inputSource_},
         {"OutputNode", &Noise::outputNode_},
         {"ReferenceNode", &Noise::referenceNode_},
     };
-    static constexpr CountKey counts[] = {
+    static constexpr PropertyReader::IntKey<Noise, int32_t> counts[] = {
         {"SetPointsPerSummary", &Noise::setPointsPerSummary_},
         {"PointsPerSummary", &Noise::pointsPerSummary_},
     };
 
     int result = 1;
     for (const CPropertyItem& item : list) {
-        const CString& label = item.GetLabel();
-        const CPropertyItem::Type type = item.GetTypeOfValue();
-        bool known = false;
-        for (const FilterKey& k : filters)
-            if (label == k.label) {
-                known = true;
-                if (type == CPropertyItem::Int)
-                    this->*k.field = static_cast<NodeFilter>(item.GetInt());
-            }
-        for (const NameKey& k : names)
-            if (label == k.label) {
-                known = true;
-                if (type == CPropertyItem::String)
-                    this->*k.field = item.GetString();
-            }
-        for (const CountKey& k : counts)
-            if (label == k.label) {
-                known = true;
-                if (type == CPropertyItem::Int)
-                    this->*k.field = static_cast<int32_t>(item.GetInt());
-            }
-        if (label == "FREQ_OPT") {
+        bool known = PropertyReader::ApplyKnownKey(*this, item, filters, names, counts);
+        if (item.GetLabel() == "FREQ_OPT") {
             known = true;
-            if (type == CPropertyItem::List &&
+            if (item.GetTypeOfValue() == CPropertyItem::List &&
                 !GetAcAnalysis().fromPropertyList(item.GetPropertyList()))
                 result = 0;
         }
