@@ -1,6 +1,8 @@
 // Sensitivity analysis: the settings' copies, command line, persistence and summary.
 #include "analyses/single/sens.h"
 
+#include "analyses/core/property_reader.h"
+
 #include "platform/helpers.h"
 #include "platform/resources.h"
 
@@ -101,29 +103,17 @@ CPropertyList SensAnalysis::toPropertyList() const {
 }
 
 int SensAnalysis::fromPropertyList(const CPropertyList& list) {
-    struct FilterKey {
-        const char* label;
-        Analyses::NodeFilter SensAnalysis::*field;
-    };
-    struct NameKey {
-        const char* label;
-        CString SensAnalysis::*field;
-    };
-    struct FlagKey {
-        const char* label;
-        int32_t SensAnalysis::*field;
-    };
-    static constexpr FilterKey filters[] = {
+    static constexpr PropertyReader::IntKey<SensAnalysis, Analyses::NodeFilter> filters[] = {
         {"NodeFilterCurrentSource", &SensAnalysis::filterCurrentSource_},
         {"NodeFilterOutputNode", &SensAnalysis::filterOutputNode_},
         {"NodeFilterOutputRefNode", &SensAnalysis::filterOutputRefNode_},
     };
-    static constexpr NameKey names[] = {
+    static constexpr PropertyReader::StringKey<SensAnalysis> names[] = {
         {"CurrentSource", &SensAnalysis::currentSource_},
         {"OutputNode", &SensAnalysis::outputNode_},
         {"OutputRefNode", &SensAnalysis::outputRefNode_},
     };
-    static constexpr FlagKey flags[] = {
+    static constexpr PropertyReader::IntKey<SensAnalysis, int32_t> flags[] = {
         {"UseAbsoluteScaling", &SensAnalysis::useAbsoluteScaling_},
         {"UseCurrentSource", &SensAnalysis::useCurrentSource_},
     };
@@ -132,25 +122,7 @@ int SensAnalysis::fromPropertyList(const CPropertyList& list) {
     for (const CPropertyItem& item : list) {
         const CString& label = item.GetLabel();
         const CPropertyItem::Type type = item.GetTypeOfValue();
-        bool known = false;
-        for (const FilterKey& k : filters)
-            if (label == k.label) {
-                known = true;
-                if (type == CPropertyItem::Int)
-                    this->*k.field = static_cast<Analyses::NodeFilter>(item.GetInt());
-            }
-        for (const NameKey& k : names)
-            if (label == k.label) {
-                known = true;
-                if (type == CPropertyItem::String)
-                    this->*k.field = item.GetString();
-            }
-        for (const FlagKey& k : flags)
-            if (label == k.label) {
-                known = true;
-                if (type == CPropertyItem::Int)
-                    this->*k.field = static_cast<int32_t>(item.GetInt());
-            }
+        bool known = PropertyReader::ApplyKnownKey(*this, item, filters, names, flags);
         // The proxy's item: read into the matching embedded analysis and select it.
         if (label == ac_.GetAnalysisNickname()) {
             known = true;
