@@ -2,6 +2,7 @@
 #include "analyses/single/four.h"
 
 #include "analyses/core/analysis_nodes.h"
+#include "analyses/core/property_reader.h"
 #include "platform/resources.h"
 
 #include <cctype>
@@ -180,15 +181,7 @@ CPropertyList Analyses::Four::toPropertyListHelper() const {
 }
 
 int Analyses::Four::fromPropertyListHelper(const CPropertyList& list) {
-    struct IntKey {
-        const char* label;
-        int32_t Four::*field;
-    };
-    struct NumberKey {
-        const char* label;
-        double Four::*field;
-    };
-    static constexpr IntKey ints[] = {
+    static constexpr PropertyReader::IntKey<Four, int32_t> ints[] = {
         {"FundFreqSet", &Four::fundFreqSet_},
         {"NumFreqs", &Four::numFreqs_},
         {"UseTran", &Four::useTran_},
@@ -199,7 +192,7 @@ int Analyses::Four::fromPropertyListHelper(const CPropertyList& list) {
         {"LineGraph", &Four::lineGraph_},
         {"Normalized", &Four::normalized_},
     };
-    static constexpr NumberKey numbers[] = {
+    static constexpr PropertyReader::DoubleKey<Four> numbers[] = {
         {"FundFreq", &Four::fundFreq_},
         {"TStop", &Four::tstop_},
         {"NumPointsPerPeriod", &Four::pointsPerPeriod_},
@@ -209,19 +202,7 @@ int Analyses::Four::fromPropertyListHelper(const CPropertyList& list) {
     for (const CPropertyItem& item : list) {
         const CString& label = item.GetLabel();
         const CPropertyItem::Type type = item.GetTypeOfValue();
-        bool known = false;
-        for (const IntKey& k : ints)
-            if (label == k.label) {
-                known = true;
-                if (type == CPropertyItem::Int)
-                    this->*k.field = static_cast<int32_t>(item.GetInt());
-            }
-        for (const NumberKey& k : numbers)
-            if (label == k.label) {
-                known = true;
-                if (type == CPropertyItem::Double)
-                    this->*k.field = item.GetDouble();
-            }
+        bool known = PropertyReader::ApplyKnownKey(*this, item, ints, numbers);
         if (label == "Tran") {
             known = true;
             if (type == CPropertyItem::List)
