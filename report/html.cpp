@@ -99,31 +99,9 @@ void AppendValues(std::string& out, const Page& page) {
 
 } // namespace
 
+// HTML text and attribute values need exactly the five escapes of XML.
 std::string HtmlEscape(std::string_view text) {
-    std::string out;
-    out.reserve(text.size());
-    for (char c : text) {
-        switch (c) {
-        case '&':
-            out += "&amp;";
-            break;
-        case '<':
-            out += "&lt;";
-            break;
-        case '>':
-            out += "&gt;";
-            break;
-        case '"':
-            out += "&quot;";
-            break;
-        case '\'':
-            out += "&#39;";
-            break;
-        default:
-            out += c;
-        }
-    }
-    return out;
+    return XmlEscape(text);
 }
 
 std::string ToHtml(const Report& report) {
