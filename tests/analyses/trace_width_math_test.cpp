@@ -59,6 +59,9 @@ TEST(TraceWidthMath, ThicknessInterpolatesTheTableAndExtrapolatesItsEnds) {
     EXPECT_DOUBLE_EQ(TraceCopperThickness(0.125), 0.2);
     EXPECT_DOUBLE_EQ(TraceCopperThickness(14.0), 19.6);
     EXPECT_DOUBLE_EQ(TraceCopperThickness(1.5), 2.1);
+    // Below 1 oz the slope changes from segment to segment, so the choice shows.
+    EXPECT_DOUBLE_EQ(TraceCopperThickness(0.3), 0.424);
+    EXPECT_DOUBLE_EQ(TraceCopperThickness(0.6), 0.82);
     EXPECT_DOUBLE_EQ(TraceCopperThickness(8.5), 11.9);
     EXPECT_DOUBLE_EQ(TraceCopperThickness(0.1), 0.168); // first segment, extended down
     EXPECT_DOUBLE_EQ(TraceCopperThickness(20.0), 28.0); // 10 to 14 oz segment, extended up
