@@ -30,11 +30,6 @@ bool NameMatches(const CString& stored, const CString& live) {
     return stored.IsEmpty() || SameName(stored, live);
 }
 
-GenericIterator FirstOf(const CSpiceDevice& device, int isinst) {
-    return GenericIterator(CSpiceDevice::model_iterator(device),
-                           CSpiceDevice::instance_iterator(device), isinst);
-}
-
 // Device kinds that may never be swept or toleranced, by their index in the
 // simulator's table; inclusive ranges.
 constexpr int kNotSweepable[][2] = {
@@ -322,7 +317,7 @@ int CSPICEdevMember::FindIn(const CSpiceCircuit& circuit) {
         const CSpiceDevice device(d, circuit);
         if (!NameMatches(deviceName_, device.GetName()))
             continue;
-        for (GenericIterator it = FirstOf(device, isinst_); it.IsValid(); it.Advance())
+        for (GenericIterator it(device, isinst_); it.IsValid(); it.Advance())
             if (MatchesAt(it)) {
                 position_ = CSpiceDevice_generic_iterator_wrapper(it);
                 return 1;
@@ -381,7 +376,7 @@ void MemberWalk::SeekFrom(int deviceIndex) {
     for (deviceIndex_ = deviceIndex; deviceIndex_ < circuit_.GetDeviceCount(); ++deviceIndex_) {
         if (!IsParamSweep(deviceIndex_))
             continue;
-        const GenericIterator first = FirstOf(CSpiceDevice(deviceIndex_, circuit_), isinst_);
+        const GenericIterator first(CSpiceDevice(deviceIndex_, circuit_), isinst_);
         if (first.IsValid()) {
             position_ = CSpiceDevice_generic_iterator_wrapper(first);
             return;
