@@ -105,8 +105,7 @@ CSPICEdevMember::CSPICEdevMember(const CSPICEdevMember& other) {
 CSPICEdevMember& CSPICEdevMember::operator=(const CSPICEdevMember& other) {
     if (this == &other)
         return *this;
-    const bool named =
-        other.isinst_ ? !other.GetName().IsEmpty() : !other.GetModelName().IsEmpty();
+    const bool named = other.isinst_ ? !other.GetName().IsEmpty() : !other.GetModelName().IsEmpty();
     if (named) {
         name_ = other.GetName();
         modelName_ = other.GetModelName();
@@ -354,9 +353,8 @@ CSPICEdevMember CSPICEdevMember::memberWithNewCirc(CSpiceCircuit& circuit,
 // Enumeration
 
 bool CSPICEdevMemberList::IsParamSweep(int deviceIndex) {
-    return std::none_of(std::begin(kNotSweepable), std::end(kNotSweepable), [&](const int* r) {
-        return deviceIndex >= r[0] && deviceIndex <= r[1];
-    });
+    return std::none_of(std::begin(kNotSweepable), std::end(kNotSweepable),
+                        [&](const int* r) { return deviceIndex >= r[0] && deviceIndex <= r[1]; });
 }
 
 namespace devmember_detail {

@@ -190,7 +190,9 @@ public:
     bool IsValid() const { return position_.IsValid(); }
     void Next();
     int IsInstance() const { return isinst_; }
-    static bool IsParamSweep(int deviceIndex) { return CSPICEdevMemberList::IsParamSweep(deviceIndex); }
+    static bool IsParamSweep(int deviceIndex) {
+        return CSPICEdevMemberList::IsParamSweep(deviceIndex);
+    }
 
 protected:
     CSPICEdevMember& Current() const;

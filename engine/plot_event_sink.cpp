@@ -9,7 +9,8 @@ int CPlotEventSink::HandleEventIndirect(CEventSource* source, const EventData* d
         return CEventSink::HandleEventIndirect(source, data);
 
     const CSpiceArgs* args = data->value.GetSpiceArgsPtr();
-    const auto call = [&](CSpiceArgs::Kind kind, int (CPlotEventSink::*callback)(const CSpiceArgs&)) {
+    const auto call = [&](CSpiceArgs::Kind kind,
+                          int (CPlotEventSink::*callback)(const CSpiceArgs&)) {
         if (!args || args->GetKind() != kind || !args->HasPayload())
             return 0;
         // The host reads a non-zero answer as "abort the run".

@@ -14,9 +14,14 @@ namespace {
 constexpr int kClassCount = 8;
 
 // Names of the output-variable classes, as the synthetic node names spell them.
-constexpr const char* kClassNames[kClassCount] = {
-    "NONE",     "CKTnames",           "DCnames",           "SENS_CKTnames_op",
-    "SENS_CKTnames_ac", "NOISE_CKTnames_dens", "NOISE_CKTnames_int", "ALL"};
+constexpr const char* kClassNames[kClassCount] = {"NONE",
+                                                  "CKTnames",
+                                                  "DCnames",
+                                                  "SENS_CKTnames_op",
+                                                  "SENS_CKTnames_ac",
+                                                  "NOISE_CKTnames_dens",
+                                                  "NOISE_CKTnames_int",
+                                                  "ALL"};
 
 int ClassIndex(OutputVariableClass c) {
     const int i = static_cast<int>(c);
@@ -85,8 +90,8 @@ bool HasOutputParameter(CSPICEdevMemberList& list, const CString& name, const CS
 // Rate estimator
 
 CProgressRate::CProgressRate(int slots)
-    : xSteps_(static_cast<size_t>(slots > 0 ? slots : 1), 0.0),
-      timeSteps_(xSteps_.size(), 0.0) {}
+    : xSteps_(static_cast<size_t>(slots > 0 ? slots : 1), 0.0), timeSteps_(xSteps_.size(), 0.0) {
+}
 
 void CProgressRate::Reset(double startX, double startTime) {
     lastX_ = startX;
@@ -133,7 +138,8 @@ CString CASimulationEngine::GetAllocFile(int n) {
     return CString::Formatted("____%u.raw", static_cast<unsigned>(n));
 }
 
-void CASimulationEngine::OutputString(const CString& /*text*/, OUTPUT_TYPE /*type*/) {}
+void CASimulationEngine::OutputString(const CString& /*text*/, OUTPUT_TYPE /*type*/) {
+}
 
 void CASimulationEngine::UpdateAnalysisNodeList() {
     if (updateLockCount_ > 0)
@@ -160,7 +166,8 @@ int CASimulationEngine::WantStopNow() {
     return 0;
 }
 
-void CASimulationEngine::StopSimulation(CSpiceSession* /*session*/) {}
+void CASimulationEngine::StopSimulation(CSpiceSession* /*session*/) {
+}
 
 int CASimulationEngine::IsSpecialNode(const CString& /*name*/) const {
     return 0;
@@ -222,11 +229,14 @@ void CASimulationEngine::AddSelectedDeviceListToUserAndAnalysisNodeList() {
     }
 }
 
-void CASimulationEngine::UpdateInstanceList() {}
+void CASimulationEngine::UpdateInstanceList() {
+}
 
-void CASimulationEngine::UpdateModelList() {}
+void CASimulationEngine::UpdateModelList() {
+}
 
-void CASimulationEngine::Update_analysisNodeList(OutputVariableClass /*c*/) {}
+void CASimulationEngine::Update_analysisNodeList(OutputVariableClass /*c*/) {
+}
 
 void CASimulationEngine::Update_userNodeList() {
     UpdateSelectedDeviceList();

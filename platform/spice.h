@@ -82,8 +82,8 @@ public:
 
 /// A plot the simulator begins: name, analysis type and vectors.
 struct CSpicePlotInfo {
-    CString name;     ///< e.g. "ac1"
-    CString title;    ///< e.g. "AC Analysis"
+    CString name;  ///< e.g. "ac1"
+    CString title; ///< e.g. "AC Analysis"
     ANALYSIS_TYPE type = AT_NONE;
     std::vector<CString> vectorNames;
     std::vector<bool> vectorIsComplex;

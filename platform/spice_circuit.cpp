@@ -53,12 +53,13 @@ template <typename T> bool InRange(int index, const std::vector<T>& v) {
 CSpiceParameter::CSpiceParameter(const CString& paramName, const CPropertyItem& paramValue,
                                  const CString& paramDescription, const CString& paramMode)
     : name(paramName), value(AsValueItem(paramValue)), description(paramDescription),
-      mode(paramMode) {}
+      mode(paramMode) {
+}
 
 CSpiceParameter::CSpiceParameter(const CString& paramName, double paramValue,
                                  const CString& paramDescription, const CString& paramMode)
-    : CSpiceParameter(paramName, CPropertyItem("value", paramValue), paramDescription,
-                      paramMode) {}
+    : CSpiceParameter(paramName, CPropertyItem("value", paramValue), paramDescription, paramMode) {
+}
 
 CPropertyList CSpiceParameter::toPropertyList() const {
     CPropertyList record;
@@ -78,7 +79,8 @@ CPropertyList SpiceParameterRecords(const CSpiceParameterList& params) {
 
 // Circuit
 
-CSpiceCircuit::CSpiceCircuit(const CSpiceInstanceHandle& handle) : data_(handle.data_) {}
+CSpiceCircuit::CSpiceCircuit(const CSpiceInstanceHandle& handle) : data_(handle.data_) {
+}
 
 int CSpiceCircuit::GetDeviceCount() const {
     return data_ ? static_cast<int>(data_->devices.size()) : 0;
@@ -113,10 +115,12 @@ CSpiceDevice::CSpiceDevice(std::shared_ptr<CSpiceCircuitData> data, int index)
 }
 
 CSpiceDevice::CSpiceDevice(int deviceIndex, const CSpiceSession& session)
-    : CSpiceDevice(deviceIndex, session.GetCurrentCircuit()) {}
+    : CSpiceDevice(deviceIndex, session.GetCurrentCircuit()) {
+}
 
 CSpiceDevice::CSpiceDevice(int deviceIndex, const CSpiceCircuit& circuit)
-    : CSpiceDevice(circuit.data_, deviceIndex) {}
+    : CSpiceDevice(circuit.data_, deviceIndex) {
+}
 
 SpiceDeviceData* CSpiceDevice::Data() const {
     return data_ && InRange(index_, data_->devices) ? &data_->devices[static_cast<size_t>(index_)]
@@ -236,7 +240,8 @@ int CSpiceInstance::SetParameterValue(const CString& name, const CPropertyItem& 
 
 // Iterators
 
-CSpiceDevice::model_iterator::model_iterator(const CSpiceDevice& device) : device_(device) {}
+CSpiceDevice::model_iterator::model_iterator(const CSpiceDevice& device) : device_(device) {
+}
 
 CSpiceDevice::model_iterator& CSpiceDevice::model_iterator::operator++() {
     if (IsValid())
@@ -265,7 +270,8 @@ CSpiceDevice::instance_iterator& CSpiceDevice::instance_iterator::operator++() {
 
 CSpiceDevice::generic_iterator::generic_iterator(const model_iterator& models,
                                                  const instance_iterator& instances, int isinst)
-    : models_(models), instances_(instances), isinst_(isinst ? 1 : 0) {}
+    : models_(models), instances_(instances), isinst_(isinst ? 1 : 0) {
+}
 
 void CSpiceDevice::generic_iterator::Advance() {
     if (isinst_)
@@ -307,7 +313,8 @@ bool CSpiceDevice_generic_iterator_wrapper::IsSamePosition(
 
 // Session
 
-CSpiceSession::CSpiceSession() : current_(std::make_shared<CSpiceCircuitData>()) {}
+CSpiceSession::CSpiceSession() : current_(std::make_shared<CSpiceCircuitData>()) {
+}
 
 CSpiceCircuit CSpiceSession::NewCircuit() {
     auto fresh = std::make_shared<CSpiceCircuitData>();

@@ -224,8 +224,7 @@ private:
 /// of one device kind.
 class CSpiceDevice::generic_iterator {
 public:
-    generic_iterator(const model_iterator& models, const instance_iterator& instances,
-                     int isinst);
+    generic_iterator(const model_iterator& models, const instance_iterator& instances, int isinst);
     /// At the first instance (isinst 1) or model (isinst 0) of `device`.
     generic_iterator(const CSpiceDevice& device, int isinst)
         : generic_iterator(model_iterator(device), instance_iterator(device), isinst) {}

@@ -66,8 +66,11 @@ TEST(CSPICEdevMember, HandWrittenInstanceRecordResolvesAndIsRebuiltInFull) {
     EXPECT_FALSE(member.FindParameter("tc1").has_value());
 
     // The circuit changed: the record is stale until the member is told.
-    engine.Circuit().FindDevice("Resistor").FindModel(engine.Circuit(), "rmod")
-        .FindInstance("r2").SetParameterValue("resistance", CPropertyItem("x", 3e3));
+    engine.Circuit()
+        .FindDevice("Resistor")
+        .FindModel(engine.Circuit(), "rmod")
+        .FindInstance("r2")
+        .SetParameterValue("resistance", CPropertyItem("x", 3e3));
     EXPECT_EQ(member.FindParameter("resistance")->GetValue().GetDouble(), 2e3);
     member.SetUpdateFlag();
     EXPECT_EQ(member.FindParameter("resistance")->GetValue().GetDouble(), 3e3);
@@ -97,9 +100,9 @@ TEST(CSPICEdevMember, ReadingSkipsMistypedKeysAndFlagsUnknownOnes) {
     CircuitEngine engine;
     FillDivider(engine.Circuit());
     CSPICEdevMember member;
-    const CPropertyList record = ParseRecord(
-        "name:string{v1} model:int{3} colour:string{red} instance:string{old} "
-        "param:list{name:string{dc} value:double{5}} isinst:string{0}");
+    const CPropertyList record =
+        ParseRecord("name:string{v1} model:int{3} colour:string{red} instance:string{old} "
+                    "param:list{name:string{dc} value:double{5}} isinst:string{0}");
     EXPECT_EQ(member.fromPropertyList(record, CSpiceDevice_generic_iterator_wrapper()), 0);
     EXPECT_TRUE(member.IsResolved()) << "the known items still count";
     EXPECT_EQ(member.IsInstance(), 1);
@@ -206,7 +209,10 @@ TEST(CSPICEdevMember, FindsItsElementAgainAfterTheCircuitIsRebuilt) {
 
     // Resolving in another circuit through another engine.
     CircuitEngine other;
-    other.Circuit().AddDevice("Resistor").AddModel("rmod").AddInstance("r2", {{"resistance", 10.0}});
+    other.Circuit()
+        .AddDevice("Resistor")
+        .AddModel("rmod")
+        .AddInstance("r2", {{"resistance", 10.0}});
     CSPICEdevMember::SetASimEng(engine);
     CSpiceCircuit otherCircuit = other.Circuit();
     const CSPICEdevMember there = pinned.memberWithNewCirc(otherCircuit, other);
@@ -239,10 +245,9 @@ TEST(CSPICEparam, ReadsFourKeysAndKeepsTheRecordAsGiven) {
 }
 
 TEST(CSPICEdevMemberList, SkipsDeviceKindsThatMayNotBeSwept) {
-    const std::set<int> excluded = {8,  21, 27, 28, 30, 33, 34, 35, 36, 37, 38, 39, 40, 41,
-                                    42, 43, 44, 45, 46, 47, 50, 51, 52, 53, 54, 55, 56, 57,
-                                    58, 59, 71, 73, 74, 75, 76, 77, 85, 86, 87, 92, 93, 94,
-                                    95, 96};
+    const std::set<int> excluded = {8,  21, 27, 28, 30, 33, 34, 35, 36, 37, 38, 39, 40, 41, 42,
+                                    43, 44, 45, 46, 47, 50, 51, 52, 53, 54, 55, 56, 57, 58, 59,
+                                    71, 73, 74, 75, 76, 77, 85, 86, 87, 92, 93, 94, 95, 96};
     for (int i = -1; i < 120; ++i)
         EXPECT_EQ(CSPICEdevMemberList::IsParamSweep(i), !excluded.count(i)) << i;
 
@@ -261,8 +266,8 @@ TEST(CSPICEdevMemberList, SkipsDeviceKindsThatMayNotBeSwept) {
     circuit.GetDevice(7).AddModel("m7b").AddInstance("b1");
     circuit.GetDevice(8).AddModel("m8").AddInstance("x1");
     circuit.GetDevice(9).AddModel("m9").AddInstance("c1");
-    EXPECT_EQ(Names(instances), (std::vector<std::string>{"kind7/a1", "kind7/a2", "kind7/b1",
-                                                          "kind9/c1"}));
+    EXPECT_EQ(Names(instances),
+              (std::vector<std::string>{"kind7/a1", "kind7/a2", "kind7/b1", "kind9/c1"}));
     EXPECT_EQ(Names(models), (std::vector<std::string>{"kind3/m3", "kind7/m7a", "kind7/m7empty",
                                                        "kind7/m7b", "kind9/m9"}));
 

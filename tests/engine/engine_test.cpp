@@ -20,8 +20,9 @@ struct Seen {
 };
 std::vector<Seen> g_seen;
 
-template <int Result> int RecordingEntry(const char* keyword, CASimulationEngine& engine,
-                                         Analyses* analyses, const CPropertyList& record) {
+template <int Result>
+int RecordingEntry(const char* keyword, CASimulationEngine& engine, Analyses* analyses,
+                   const CPropertyList& record) {
     static CEventSink sink("test", "test sink");
     AnalysisSinkScope scope(engine, &sink);
     g_seen.push_back(Seen{keyword, record.GetList(), engine.GetAnalysisEventSink(), analyses});
@@ -76,8 +77,7 @@ TEST(EngineDispatch, SplitsKeywordFromRecordAndRunsTheFirstMatchingEntry) {
     EXPECT_EQ(g_seen.back().record, "");
 
     // A record that breaks off keeps what was read before the fault.
-    EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr, "MONTE NumRuns:int{5} Bad:int{"),
-              7);
+    EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr, "MONTE NumRuns:int{5} Bad:int{"), 7);
     EXPECT_EQ(g_seen.back().record, "NumRuns:int{5}");
 
     EXPECT_EQ(DispatchCompoundCommand(kTable, engine, &analyses, "WORST x:int{1}"), 3);
@@ -218,8 +218,8 @@ TEST(Engine, SyntheticNodeNamesPerOutputClass) {
     EXPECT_TRUE(engine.GetSimpleAnalysisNodes(OVC_ALL).IsEmpty());
 
     const CSpiceNodeNameList& ckt = engine.GetSimpleAnalysisNodes(OVC_CKTnames);
-    const char* expected[] = {"v(CKTnames0)", "v(CKTnames1)",      "v(CKTnames2)",
-                              "v(CKTnames3)", "v(CKTnames4)",      "vCKTnames0#branch",
+    const char* expected[] = {"v(CKTnames0)",     "v(CKTnames1)", "v(CKTnames2)",
+                              "v(CKTnames3)",     "v(CKTnames4)", "vCKTnames0#branch",
                               "vCKTnames1#branch"};
     ASSERT_EQ(ckt.GetCount(), 7u);
     for (size_t i = 0; i < 7; ++i) {
@@ -295,8 +295,8 @@ TEST(Engine, SelectedDeviceUpdateKeepsOnlyLiveOutputParameters) {
     user.ForEach([&](const CParamNodeEntry& e) {
         left.push_back(e.node ? e.node->toString().str() + (e.flagged ? "!" : "") : "-");
     });
-    EXPECT_EQ(left, (std::vector<std::string>{"@R1[I]", "@@rmod[tnom]", "@gone[x]!", "-",
-                                              "@r1[p]"}));
+    EXPECT_EQ(left,
+              (std::vector<std::string>{"@R1[I]", "@@rmod[tnom]", "@gone[x]!", "-", "@r1[p]"}));
 
     // The combined lists: the class's simulator names, then the user nodes.
     const CSpiceNodeNameList& combined = engine.GetAnalysisNodes(OVC_CKTnames);

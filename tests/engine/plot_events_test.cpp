@@ -126,7 +126,10 @@ TEST(PlotEventSink, StopPollStopsTheSessionWhenTheEngineSaysSo) {
 
 TEST(ScriptedEngine, DeliversPlotsAsEventsAndRecordsRequests) {
     canal_test::ScriptedEngine engine;
-    engine.Circuit().AddDevice("Resistor").AddModel("rmod").AddInstance("r1", {{"resistance", 1e3}});
+    engine.Circuit()
+        .AddDevice("Resistor")
+        .AddModel("rmod")
+        .AddInstance("r1", {{"resistance", 1e3}});
     TestCollection analyses;
     analyses.SetAsimEng(&engine);
     RecordingAnalysis analysis(&analyses);
@@ -154,8 +157,12 @@ TEST(ScriptedEngine, DeliversPlotsAsEventsAndRecordsRequests) {
     EXPECT_EQ(snapIn->SetProperty(SNAPIN_INSTANCE_PARAMETER, IITVariant(names),
                                   IITVariant(CPropertyItem("value", 2e3)), nullptr),
               1);
-    EXPECT_EQ(engine.Circuit().FindDevice("resistor").FindModel(engine.Circuit(), "RMOD")
-                  .FindInstance("r1").GetParameters()[0].value.GetDouble(),
+    EXPECT_EQ(engine.Circuit()
+                  .FindDevice("resistor")
+                  .FindModel(engine.Circuit(), "RMOD")
+                  .FindInstance("r1")
+                  .GetParameters()[0]
+                  .value.GetDouble(),
               2e3)
         << "the change reaches the circuit";
 
@@ -168,8 +175,8 @@ TEST(ScriptedEngine, DeliversPlotsAsEventsAndRecordsRequests) {
     ASSERT_EQ(engine.ParameterSets().size(), 1u);
     EXPECT_EQ(engine.ParameterSets()[0].id, 2018);
     EXPECT_EQ(engine.ParameterSets()[0].value, "2000");
-    EXPECT_EQ(analysis.calls, (std::vector<std::string>{"begin tran1", "data", "data", "data",
-                                                        "end tran1"}));
+    EXPECT_EQ(analysis.calls,
+              (std::vector<std::string>{"begin tran1", "data", "data", "data", "end tran1"}));
     EXPECT_EQ(analysis.x, (std::vector<double>{0.0, 1e-3, 2e-3}));
     EXPECT_EQ(analysis.y, (std::vector<double>{0.0, 2.0, 4.0}));
     std::vector<long> ids;

@@ -19,9 +19,9 @@ struct ScriptedPlot {
     CString title;
     ANALYSIS_TYPE type = AT_NONE;
     std::vector<CString> vectors;
-    int scaleIndex = -1;                        ///< the x vector, -1 for none
-    std::vector<std::vector<double>> rows;      ///< one value per vector per row
-    std::vector<std::vector<double>> imagRows;  ///< empty (real plot) or as rows
+    int scaleIndex = -1;                       ///< the x vector, -1 for none
+    std::vector<std::vector<double>> rows;     ///< one value per vector per row
+    std::vector<std::vector<double>> imagRows; ///< empty (real plot) or as rows
 };
 
 /// What the scripted simulator does for one command.
