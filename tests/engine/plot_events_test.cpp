@@ -157,13 +157,8 @@ TEST(ScriptedEngine, DeliversPlotsAsEventsAndRecordsRequests) {
     EXPECT_EQ(snapIn->SetProperty(SNAPIN_INSTANCE_PARAMETER, IITVariant(names),
                                   IITVariant(CPropertyItem("value", 2e3)), nullptr),
               1);
-    EXPECT_EQ(engine.Circuit()
-                  .FindDevice("resistor")
-                  .FindModel(engine.Circuit(), "RMOD")
-                  .FindInstance("r1")
-                  .GetParameters()[0]
-                  .value.GetDouble(),
-              2e3)
+    const CSpiceModel rmod = engine.Circuit().FindDevice("Resistor").GetModel(0);
+    EXPECT_EQ(rmod.FindInstance("r1").GetParameters()[0].value.GetDouble(), 2e3)
         << "the change reaches the circuit";
 
     {

@@ -45,19 +45,14 @@ TEST(CSpiceCircuit, BuildsAndFindsElementsIgnoringCase) {
     EXPECT_EQ(r1.GetName(), "r1");
     EXPECT_EQ(r1.GetModel(), rmod);
     EXPECT_EQ(r1.GetParameters()[0].value.GetField(), "value:double{1000}");
-    EXPECT_EQ(rmod.GetParameters()[0].mode, "Input");
 
     // Misses give invalid handles that answer empty.
     EXPECT_FALSE(again.FindDevice("Diode").IsValid());
     EXPECT_FALSE(CSpiceDevice(7, again).IsValid());
-    EXPECT_FALSE(resistor.FindModel(again, "dmod").IsValid());
-    const CSpiceInstance none = rmod.FindInstance("r9");
+    const CSpiceInstance none = resistor.FindModel(again, "dmod").FindInstance("r1");
     EXPECT_FALSE(none.IsValid());
-    EXPECT_EQ(none.GetName(), "");
     EXPECT_TRUE(none.GetParameters().empty());
     EXPECT_EQ(CSpiceInstance().SetParameterValue("x", CPropertyItem("v", 1.0)), 0);
-    EXPECT_FALSE(CSpiceDevice().AddModel("m").IsValid());
-    EXPECT_EQ(CSpiceCircuit().GetDeviceCount(), 0);
 }
 
 TEST(CSpiceCircuit, HandlesStayValidWhileTheCircuitGrowsAndAfterARebuild) {
@@ -104,14 +99,8 @@ TEST(CSpiceDeviceIterators, WalkModelsAndInstancesAndCopyIndependently) {
     EXPECT_EQ(Walk(CSpiceDevice::generic_iterator(bjt, 0)),
               (std::vector<std::string>{"empty1@empty1", "npn@npn", "empty2@empty2", "pnp@pnp",
                                         "empty3@empty3"}));
-    const CSpiceDevice nothing = circuit.AddDevice("Inductor");
-    EXPECT_FALSE(CSpiceDevice::instance_iterator(nothing).IsValid());
-    EXPECT_FALSE(CSpiceDevice::generic_iterator(nothing, 0).IsValid());
-    EXPECT_FALSE(CSpiceDevice::generic_iterator(CSpiceDevice(), 1).IsValid());
-
-    // A model position has no instance.
-    const CSpiceDevice::generic_iterator modelAt(bjt, 0);
-    EXPECT_FALSE(modelAt.GetInternalInstance().IsValid());
+    EXPECT_FALSE(CSpiceDevice::generic_iterator(circuit.AddDevice("Inductor"), 0).IsValid());
+    EXPECT_FALSE(CSpiceDevice::generic_iterator(bjt, 0).GetInternalInstance().IsValid());
 
     CSpiceDevice_generic_iterator_wrapper a(CSpiceDevice::generic_iterator(bjt, 1));
     CSpiceDevice_generic_iterator_wrapper b = a;
