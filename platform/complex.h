@@ -1,4 +1,4 @@
-// CComplex: one complex value of AC plot data (real and imaginary part).
+// CComplex: the complex value type of node values and AC plot data.
 #pragma once
 
 #include <complex>

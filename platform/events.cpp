@@ -75,6 +75,8 @@ long IITVariant::GetLong() const {
         double d = 0.0;
         return ParseDouble(s, d) ? DoubleToLong(d) : 0;
     }
+    if (auto p = std::get_if<CPropertyItem>(&v_))
+        return p->GetInt();
     return 0;
 }
 
@@ -87,6 +89,8 @@ double IITVariant::GetDouble() const {
         double d = 0.0;
         return ParseDouble(p->view(), d) ? d : 0.0;
     }
+    if (auto p = std::get_if<CPropertyItem>(&v_))
+        return p->GetDouble();
     return 0.0;
 }
 
@@ -97,6 +101,8 @@ CString IITVariant::GetString() const {
         return ShortestDouble(*p);
     if (auto p = std::get_if<CString>(&v_))
         return *p;
+    if (auto p = std::get_if<CPropertyItem>(&v_))
+        return p->GetValue();
     return CString();
 }
 

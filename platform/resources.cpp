@@ -10,6 +10,7 @@ const char* GetResourceText(unsigned id) {
 #include "platform/strings/cli.def"
 #include "platform/strings/compound.def"
 #include "platform/strings/core.def"
+#include "platform/strings/engine.def"
 #include "platform/strings/host.def"
 #include "platform/strings/platform.def"
 #include "platform/strings/single_basic.def"

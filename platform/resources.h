@@ -5,7 +5,7 @@
 // Numbers are stable (they may be stored by hosts); each area keeps to its range:
 //   platform.def 100-999, core.def 1000-1999, single_basic.def 2000-2999,
 //   single_more.def 3000-3999, compound.def 4000-4999, host.def 5000-5999,
-//   cli.def 6000-6999.
+//   cli.def 6000-6999, engine.def 7000-7999.
 #pragma once
 
 #include "platform/cstring.h"
@@ -19,6 +19,7 @@ enum ResourceId : unsigned {
 #include "platform/strings/compound.def"
 #include "platform/strings/host.def"
 #include "platform/strings/cli.def"
+#include "platform/strings/engine.def"
 #undef CANAL_RES
 };
 

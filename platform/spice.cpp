@@ -1,4 +1,5 @@
-// Node name lists: look-ups, the token text of a selection, persistence.
+// Node name lists: look-ups, the token text of a selection, persistence; plot
+// vector look-ups.
 #include "platform/spice.h"
 
 #include <mutex>
@@ -103,4 +104,17 @@ int CSpiceNodeNameList::fromPropertyItem(const CPropertyItem& item, const CStrin
         if (auto node = ReadNode(entry))
             Add(std::move(*node));
     return 1;
+}
+
+int CSpicePlotInfo::FindVector(const CString& vectorName) const {
+    for (size_t i = 0; i < vectorNames.size(); ++i)
+        if (vectorNames[i].CompareNoCase(vectorName) == 0)
+            return static_cast<int>(i);
+    return -1;
+}
+
+double CSpiceDataRow::GetScaleValue(const CSpicePlotInfo& plot) const {
+    if (plot.scaleIndex < 0 || static_cast<size_t>(plot.scaleIndex) >= real.size())
+        return 0.0;
+    return real[static_cast<size_t>(plot.scaleIndex)];
 }

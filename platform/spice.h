@@ -1,5 +1,5 @@
 // The simulator-facing types the model uses: node names with flag bits, node
-// name lists, analysis types and plot-callback arguments.
+// name lists, analysis and output types and plot-callback arguments.
 #pragma once
 
 #include "platform/cstring.h"
@@ -20,6 +20,13 @@ enum ANALYSIS_TYPE : unsigned {
     AT_TF = 7,
     AT_SENS = 8,
     AT_DC = 9,
+};
+
+/// Kinds of text the engine's output channel carries.
+enum OUTPUT_TYPE : int {
+    OT_NORMAL = 0,
+    OT_WARNING = 1,
+    OT_ERROR = 2,
 };
 
 /// One output variable or node name, with its kind and flag bits.
@@ -75,17 +82,29 @@ public:
 
 /// A plot the simulator begins: name, analysis type and vectors.
 struct CSpicePlotInfo {
-    CString name;     ///< e.g. "ac1"
-    CString title;    ///< e.g. "AC Analysis"
+    CString name;  ///< e.g. "ac1"
+    CString title; ///< e.g. "AC Analysis"
     ANALYSIS_TYPE type = AT_NONE;
     std::vector<CString> vectorNames;
     std::vector<bool> vectorIsComplex;
+    /// Index into vectorNames of the plot's scale (its x: time, frequency,
+    /// sweep value); -1 when the plot has none, as an operating point.
+    int scaleIndex = -1;
+
+    /// Index of the vector called `name`, ignoring case (SPICE names are
+    /// case-insensitive); -1 when there is none.
+    int FindVector(const CString& name) const;
 };
 
-/// One row of plot data: a value per vector (imaginary parts 0 for real vectors).
+/// One row of plot data: a value per vector, in the order of the plot's
+/// vectorNames (imaginary parts 0 for real vectors).
 struct CSpiceDataRow {
     std::vector<double> real;
     std::vector<double> imag;
+
+    /// The x value of this row: the scale vector's real part, 0 when the plot
+    /// has no scale or the row is short.
+    double GetScaleValue(const CSpicePlotInfo& plot) const;
 };
 
 class CSpiceSession;

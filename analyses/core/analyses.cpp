@@ -1,5 +1,6 @@
-// The collection's table of its analyses, one per kind.
+// The collection's table of its analyses, one per kind, and its engine.
 #include "analyses/core/analysis.h"
+#include "engine/simulation_engine.h"
 
 namespace {
 
@@ -21,4 +22,11 @@ const Analyses::Analysis* Analyses::GetAnalysis(AnalysisType type) const {
 void Analyses::RegisterAnalysis(AnalysisType type, Analysis* a) {
     if (HasSlot(type))
         byType_[static_cast<int>(type)] = a;
+}
+
+CASimulationEngine* Analyses::GetAsimEng() const {
+    // Shared by every collection without an engine of its own: the base
+    // engine answers everything harmlessly.
+    static CASimulationEngine doNothing;
+    return asimEng_ ? asimEng_ : &doNothing;
 }

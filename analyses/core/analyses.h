@@ -131,6 +131,13 @@ public:
     Analysis* GetAnalysis(AnalysisType type);
     const Analysis* GetAnalysis(AnalysisType type) const;
 
+    /// The engine the analyses run on (borrowed; it must outlive its use
+    /// here). Null installs the static do-nothing engine again, which is also
+    /// what a new collection starts with.
+    void SetAsimEng(CASimulationEngine* engine) { asimEng_ = engine; }
+    /// Never null.
+    CASimulationEngine* GetAsimEng() const;
+
 protected:
     Analyses() : COrvo(COrvo::Collection) {}
     /// Makes `a` the collection's analysis of `type` (not owned here).
@@ -138,4 +145,5 @@ protected:
 
 private:
     Analysis* byType_[AnalysisTypeCount] = {};
+    CASimulationEngine* asimEng_ = nullptr; ///< null: the static do-nothing engine
 };

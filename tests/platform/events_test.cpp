@@ -80,3 +80,23 @@ TEST(CEventSink, BaseIgnoresWhatDerivedSinksPassOn) {
     EXPECT_EQ(sink.HandleEventIndirect(&source, nullptr), 0);
     EXPECT_EQ(counter.rows, 1);
 }
+
+TEST(IITVariant, CarriesElementNamesAndParameterValues) {
+    const CStringArray names = {"Resistor", "rmod", "r1", "resistance"};
+    const IITVariant list(names);
+    ASSERT_NE(list.GetStringArray(), nullptr);
+    EXPECT_EQ(*list.GetStringArray(), names);
+    EXPECT_EQ(list.GetPropertyItem(), nullptr);
+    EXPECT_EQ(list.GetString(), "");
+    EXPECT_EQ(list.GetLong(), 0);
+
+    const IITVariant value(CPropertyItem("value", 4.7e3));
+    ASSERT_NE(value.GetPropertyItem(), nullptr);
+    EXPECT_EQ(value.GetPropertyItem()->GetLabel(), "value");
+    EXPECT_EQ(value.GetString(), "4700");
+    EXPECT_EQ(value.GetDouble(), 4.7e3);
+    EXPECT_EQ(value.GetLong(), 4700);
+    EXPECT_EQ(IITVariant(CPropertyItem("value", CString("1k"))).GetString(), "1k");
+    EXPECT_EQ(IITVariant(2.0).GetStringArray(), nullptr);
+    EXPECT_EQ(IITVariant("text").GetString(), "text");
+}

@@ -1,0 +1,38 @@
+// The compound request table and the keyword dispatch through it.
+#include "engine/compound_commands.h"
+
+#include "engine/simulation_engine.h"
+
+#include <vector>
+
+std::span<const CompoundCommand> CompoundCommands() {
+    // One line per compound analysis, in this order: "psweep", "tsweep",
+    // "MONTE", "WORST", "TRACEWIDTH", "NOISE_FIGURE". The analyses are not in
+    // the library yet, so every keyword is unknown for now.
+    static const std::vector<CompoundCommand> table = {};
+    return table;
+}
+
+int DispatchCompoundCommand(std::span<const CompoundCommand> table, CASimulationEngine& engine,
+                            Analyses* analyses, const CString& command) {
+    CString text = command;
+    text.TrimLeft();
+    CString keyword;
+    CString rest;
+    if (!text.IsEmpty()) {
+        const int blank = text.Find(' ');
+        keyword = blank < 0 ? text : text.Left(blank);
+        rest = blank < 0 ? CString() : text.Mid(blank);
+    }
+    const CPropertyList record(rest + "\n");
+
+    int result = 0;
+    for (const CompoundCommand& entry : table)
+        if (!keyword.IsEmpty() && keyword == entry.keyword) {
+            result = entry.execute(engine, analyses, record);
+            break;
+        }
+    // Whatever the entry did, no sink may point at an analysis that is gone.
+    engine.SetAnalysisEventSink(nullptr);
+    return result;
+}

@@ -1,0 +1,367 @@
+// Simulation engine: request dispatch, raw-file names, lazy caches, node lists,
+// status-bar texts with their throttle, the rate estimator and result pages.
+#include "engine/compound_commands.h"
+#include "engine/simulation_engine.h"
+#include "tests/support/circuit_engine.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+// What the dispatched entries saw: which entry, the record text, the sink.
+std::vector<std::string> g_seen;
+
+int Record(const char* entry, CASimulationEngine& engine, const CPropertyList& record, int result) {
+    static CEventSink sink;
+    AnalysisSinkScope scope(engine, &sink);
+    g_seen.push_back(std::string(entry) + "|" + record.GetList().str() +
+                     (engine.GetAnalysisEventSink() == &sink ? "|sink" : "|none"));
+    return result;
+}
+
+constexpr CompoundCommand kTable[] = {
+    {"psweep", [](CASimulationEngine& e, Analyses*,
+                  const CPropertyList& r) { return Record("psweep#1", e, r, 1); }},
+    {"MONTE", [](CASimulationEngine& e, Analyses*,
+                 const CPropertyList& r) { return Record("MONTE", e, r, 7); }},
+    {"psweep", [](CASimulationEngine& e, Analyses*,
+                  const CPropertyList& r) { return Record("psweep#2", e, r, 2); }},
+    // An entry that leaves its sink behind, as a careless analysis might.
+    {"WORST",
+     [](CASimulationEngine& e, Analyses*, const CPropertyList&) {
+         static CEventSink sink;
+         e.SetAnalysisEventSink(&sink);
+         return 3;
+     }},
+};
+
+struct TestCollection : Analyses {};
+
+} // namespace
+
+TEST(EngineDispatch, SplitsKeywordAndRecordAndRunsTheFirstExactMatchOnly) {
+    CASimulationEngine engine;
+    g_seen.clear();
+    EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr,
+                                      "  \t psweep  SweepType:int{1} Ac:list{FSTART:double{10}}"),
+              1);
+    EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr, "MONTE"), 7);
+    // A record that breaks off keeps what was read before the fault.
+    EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr, "MONTE NumRuns:int{5} Bad:int{"), 7);
+    EXPECT_EQ(g_seen,
+              (std::vector<std::string>{"psweep#1|SweepType:int{1} Ac:list{FSTART:double{10}}|sink",
+                                        "MONTE||sink", "MONTE|NumRuns:int{5}|sink"}));
+    EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr, "WORST x:int{1}"), 3);
+    EXPECT_EQ(engine.GetAnalysisEventSink(), nullptr) << "the sink never outlives the call";
+
+    // Blank commands and keywords that differ in case or run on do nothing.
+    g_seen.clear();
+    CEventSink stale;
+    for (const char* command : {"", "   \t ", "monte NumRuns:int{5}", "Psweep", "PSWEEP",
+                                "MONTE\tNumRuns:int{5}", "psweepx a:int{1}", "orvo psweep"}) {
+        engine.SetAnalysisEventSink(&stale);
+        EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr, command), 0) << command;
+        EXPECT_EQ(engine.GetAnalysisEventSink(), nullptr) << command;
+    }
+    EXPECT_TRUE(g_seen.empty());
+
+    TestCollection analyses;
+    EXPECT_EQ(engine.ExecuteCommand(&analyses, "monte NumRuns:int{5}"), 0);
+    EXPECT_EQ(engine.ExecuteCommand(&analyses, "  "), 0);
+    EXPECT_EQ(engine.GetAnalysisEventSink(), nullptr);
+}
+
+TEST(Engine, NamesRawFilesAndServesCollectionsWithoutAnEngine) {
+    CASimulationEngine engine;
+    EXPECT_EQ(engine.GetAllocFile(0), "____0.raw");
+    EXPECT_EQ(engine.GetAllocFile(12), "____12.raw");
+    EXPECT_EQ(engine.GetAllocFile(-1), "____4294967295.raw");
+
+    TestCollection analyses;
+    CASimulationEngine* shared = analyses.GetAsimEng();
+    ASSERT_NE(shared, nullptr);
+    EXPECT_EQ(TestCollection().GetAsimEng(), shared) << "one static engine for all";
+    analyses.SetAsimEng(&engine);
+    EXPECT_EQ(analyses.GetAsimEng(), &engine);
+    analyses.SetAsimEng(nullptr);
+    EXPECT_EQ(analyses.GetAsimEng(), shared);
+}
+
+namespace {
+
+// Counts the update operations the lazy getters call.
+class CountingEngine : public CASimulationEngine {
+public:
+    int models = 0;
+    int instances = 0;
+    int simple[8] = {};
+    int combined[8] = {};
+
+protected:
+    void UpdateModelList() override { ++models; }
+    void UpdateInstanceList() override { ++instances; }
+    void Update_analysisNodeList(OutputVariableClass c) override {
+        ++simple[c];
+        analysisNodes_[c].RemoveAll();
+        analysisNodes_[c].AddName(CString::Formatted("sim%d", simple[c]));
+    }
+    void Update_userAndAnalysisNodeList(OutputVariableClass c) override {
+        ++combined[c];
+        CASimulationEngine::Update_userAndAnalysisNodeList(c);
+    }
+};
+
+} // namespace
+
+TEST(Engine, CachesRefreshOnceAfterTheCircuitChanges) {
+    CountingEngine engine;
+    const CASimulationEngine& constEngine = engine;
+    engine.GetModelList();
+    engine.GetAnalysisNodes(OVC_CKTnames);
+    EXPECT_EQ(engine.models + engine.combined[1], 0) << "a new engine starts clean";
+
+    engine.SetCircuitDataState(true);
+    constEngine.GetModelList();
+    engine.GetModelList();
+    engine.GetInstanceList();
+    constEngine.GetInstanceList();
+    EXPECT_EQ(engine.models + engine.instances, 2);
+
+    // The combined list refreshes the simple list it copies when that is dirty too.
+    EXPECT_EQ(engine.GetAnalysisNodes(OVC_DCnames)[0].GetName(), "sim1");
+    engine.GetAnalysisNodes(OVC_DCnames);
+    engine.GetSimpleAnalysisNodes(OVC_DCnames);
+    EXPECT_EQ(engine.combined[2] + engine.simple[2], 2);
+    EXPECT_EQ(engine.simple[1], 0) << "each class has its own flag";
+
+    engine.SetCircuitDataState(true);
+    EXPECT_EQ(engine.GetSimpleAnalysisNodes(OVC_DCnames)[0].GetName(), "sim2");
+    engine.SetCircuitDataState(false);
+    engine.GetModelList();
+    EXPECT_EQ(engine.models, 1);
+}
+
+TEST(Engine, SyntheticNodeNamesPerClassOnceTheLastLockIsReleased) {
+    CASimulationEngine engine;
+    engine.LockUpdateAnalysisNodeList(1);
+    engine.LockUpdateAnalysisNodeList(1);
+    engine.UpdateAnalysisNodeList();
+    engine.LockUpdateAnalysisNodeList(0);
+    engine.UpdateAnalysisNodeList();
+    EXPECT_TRUE(engine.GetSimpleAnalysisNodes(OVC_CKTnames).IsEmpty()) << "one lock still held";
+    engine.LockUpdateAnalysisNodeList(0);
+    engine.UpdateAnalysisNodeList();
+    engine.UpdateAnalysisNodeList(); // replaces the names, adds none
+
+    EXPECT_TRUE(engine.GetSimpleAnalysisNodes(OVC_NONE).IsEmpty());
+    EXPECT_TRUE(engine.GetSimpleAnalysisNodes(OVC_ALL).IsEmpty());
+    const CSpiceNodeNameList& ckt = engine.GetSimpleAnalysisNodes(OVC_CKTnames);
+    const char* expected[] = {"v(CKTnames0)",     "v(CKTnames1)", "v(CKTnames2)",
+                              "v(CKTnames3)",     "v(CKTnames4)", "vCKTnames0#branch",
+                              "vCKTnames1#branch"};
+    ASSERT_EQ(ckt.GetCount(), 7u);
+    for (size_t i = 0; i < 7; ++i)
+        EXPECT_EQ(ckt[i], CSpiceNodeName(expected[i], i < 5 ? 3 : 4));
+    EXPECT_EQ(engine.GetSimpleAnalysisNodes(OVC_NOISE_CKTnames_int)[4].GetName(),
+              "v(NOISE_CKTnames_int4)");
+    EXPECT_EQ(engine.GetSimpleAnalysisNodes(OVC_SENS_CKTnames_op)[6].GetName(),
+              "vSENS_CKTnames_op1#branch");
+    EXPECT_EQ(engine.GetAnalysisNodes(OVC_DCnames).GetCount(), 7u) << "combined lists too";
+
+    // The sample records of element values stay readable by the parameter reader.
+    for (const char* text :
+         {CASimulationEngine::SampleModelRecords(), CASimulationEngine::SampleInstanceRecords()}) {
+        CPropertyList records;
+        ASSERT_TRUE(records.Parse(text).ok);
+        for (const CPropertyItem& element : records)
+            for (const CPropertyItem& field : element.GetPropertyList())
+                if (field.GetLabel() == "param") {
+                    EXPECT_EQ(CSPICEparam().fromPropertyList(field.GetPropertyList()), 1);
+                }
+    }
+}
+
+TEST(Engine, SelectedDeviceUpdateKeepsOnlyLiveOutputParameters) {
+    canal_test::CircuitEngine engine;
+    engine.Circuit()
+        .AddDevice("Resistor")
+        .AddModel("rmod", {{"rsh", 50.0, "Sheet resistance", "Input"},
+                           {"tnom", 300.15, "Nominal temperature", "InputOutput"}})
+        .AddInstance("r1", {{"resistance", 1e3, "Resistance", "Input"},
+                            {"i", 0.0, "Current", "Output"},
+                            {"p", 0.0, "Power", "OUTPUT"}});
+    engine.SetCircuitDataState(true);
+
+    CParamNodeList& user = engine.GetUserNodes();
+    user.AddNode(CParamNode("R1", "I", CParamNode::InstanceParam));          // kept: case ignored
+    user.AddNode(CParamNode("r1", "resistance", CParamNode::InstanceParam)); // input only
+    user.AddNode(CParamNode("r9", "i", CParamNode::InstanceParam));          // no such element
+    user.AddNode(CParamNode("rmod", "tnom", CParamNode::ModelParam));        // kept
+    user.AddNode(CParamNode("rmod", "rsh", CParamNode::ModelParam));         // input only
+    user.AddNode(CParamNode("r1", "i", CParamNode::ModelParam));             // r1 is no model
+    user.AddNode(CParamNode("out", "", CParamNode::PlainNode));              // not a parameter
+    user.AddNode(CParamNode("gone", "x", CParamNode::InstanceParam), 1);     // flagged: pinned
+    user.Add(CParamNodeEntry{});                                             // empty: untouched
+    user.AddNode(CParamNode("r1", "p", CParamNode::InstanceParam));          // kept
+
+    engine.UpdateAnalysisNodeList();
+
+    std::vector<std::string> left;
+    user.ForEach([&](const CParamNodeEntry& e) {
+        left.push_back(e.node ? e.node->toString().str() + (e.flagged ? "!" : "") : "-");
+    });
+    EXPECT_EQ(left,
+              (std::vector<std::string>{"@R1[I]", "@@rmod[tnom]", "@gone[x]!", "-", "@r1[p]"}));
+
+    // The combined lists: the class's simulator names, then the user nodes.
+    const CSpiceNodeNameList& combined = engine.GetAnalysisNodes(OVC_CKTnames);
+    ASSERT_EQ(combined.GetCount(), 7u + 4u);
+    EXPECT_EQ(combined[6].GetName(), "vCKTnames1#branch");
+    EXPECT_EQ(combined[7].GetName(), "@R1[I]");
+    EXPECT_EQ(combined[10].GetName(), "@r1[p]");
+    EXPECT_EQ(combined[8].GetKind(), CASimulationEngine::ParameterNode);
+    EXPECT_EQ(engine.GetAnalysisNodes(OVC_NONE).GetCount(), 4u);
+}
+
+namespace {
+
+// A front end that records every property call.
+class RecordingFrontEnd : public CGuiFE {
+public:
+    struct Call {
+        long id;
+        std::string value;
+        bool hasIndex;
+    };
+    uint32_t start = 1000;
+    CString current;
+    std::vector<Call> sets;
+
+    uint32_t GetStartTickCount() const override { return start; }
+    int GetProperty(long id, IITVariant& out, const IITVariant*, CTreeInstance*) override {
+        if (id == GUIFE_CURRENT_STATUS)
+            out = IITVariant(current);
+        return 1;
+    }
+    int SetProperty(long id, const IITVariant& value, const IITVariant* index,
+                    CTreeInstance*) override {
+        EXPECT_TRUE(!index || index->GetLong() == 1);
+        sets.push_back(Call{id, value.GetString().str(), index != nullptr});
+        return 1;
+    }
+};
+
+} // namespace
+
+TEST(EngineStatusBar, ShowsSimulatingThenThrottledValuesThenClears) {
+    CASimulationEngine engine;
+    uint32_t now = 1000;
+    engine.SetTickSource([&] { return now; });
+    RecordingFrontEnd fe;
+    fe.current = "Amplifier";
+    engine.SetGuiFE(&fe);
+    engine.SetStatusBarAnalysisType(AT_TRAN);
+    engine.SetStatusBarAnalysisTime(0.0015);
+
+    engine.StartUpdateStatusBarAnalysisData();
+    ASSERT_EQ(fe.sets.size(), 3u);
+    EXPECT_EQ(fe.sets[0].id, GUIFE_STATUS_TEXT);
+    EXPECT_EQ(fe.sets[0].value, "Amplifier: Simulating...");
+    EXPECT_TRUE(fe.sets[0].hasIndex);
+    EXPECT_EQ(fe.sets[1].id, GUIFE_SIMULATION_STATE);
+    EXPECT_EQ(fe.sets[1].value, "1");
+    EXPECT_EQ(fe.sets[2].value, "TRAN: 1.500 ms") << "the forced first update";
+    EXPECT_FALSE(fe.sets[2].hasIndex);
+
+    // Unforced updates within 33 ms of the last one are dropped.
+    now += 32;
+    engine.SetStatusBarAnalysisTime(0.002);
+    engine.UpdateStatusBarAnalysisData(0);
+    EXPECT_EQ(fe.sets.size(), 3u);
+    now += 1;
+    engine.UpdateStatusBarAnalysisData(0);
+    ASSERT_EQ(fe.sets.size(), 4u);
+    EXPECT_EQ(fe.sets[3].value, "TRAN: 2.000 ms");
+    engine.UpdateStatusBarAnalysisData(1);
+    EXPECT_EQ(fe.sets.size(), 5u) << "forced updates are never throttled";
+
+    // Own text and units replace the nickname and the default unit.
+    engine.SetStatusBarAnalysisText("Temperature sweep");
+    engine.SetStatusBarAnalysisUnits("K");
+    engine.SetStatusBarAnalysisTime(300.15);
+    now += 40;
+    engine.UpdateStatusBarAnalysisData(0);
+    EXPECT_EQ(fe.sets.back().value, "Temperature sweep: 300.150 K");
+
+    engine.EndUpdateStatusBarAnalysisData();
+    ASSERT_EQ(fe.sets.size(), 9u);
+    EXPECT_EQ(fe.sets[7].id, GUIFE_SIMULATION_STATE);
+    EXPECT_EQ(fe.sets[7].value, "2");
+    EXPECT_EQ(fe.sets[8].id, GUIFE_STATUS_TEXT);
+    EXPECT_EQ(fe.sets[8].value, "");
+    EXPECT_TRUE(fe.sets[8].hasIndex);
+
+    // An empty current status gets no separator; a new type empties the units.
+    fe.current = "";
+    fe.sets.clear();
+    engine.SetStatusBarAnalysisType(AT_AC);
+    now += 1;
+    engine.StartUpdateStatusBarAnalysisData();
+    EXPECT_EQ(fe.sets[0].value, "Simulating...");
+    EXPECT_EQ(fe.sets[2].value, "AC: 300.150 s");
+}
+
+TEST(EngineStatusBar, NicknamesTypesAndStaysQuietWithoutAFrontEnd) {
+    EXPECT_EQ(CASimulationEngine::ConvertAnalysisToNickname(AT_OP), "OP");
+    EXPECT_EQ(CASimulationEngine::ConvertAnalysisToNickname(AT_DC), "DC_SWEEP");
+    EXPECT_EQ(CASimulationEngine::ConvertAnalysisToNickname(AT_NONE), "");
+    CASimulationEngine engine;
+    engine.StartUpdateStatusBarAnalysisData();
+    engine.UpdateStatusBarAnalysisData(1);
+    engine.EndUpdateStatusBarAnalysisData();
+    EXPECT_EQ(engine.GetLastRate(), 0.0);
+}
+
+TEST(ProgressRate, AveragesTheLast128StepsAndRefusesTinyXSums) {
+    CProgressRate rate(128);
+    rate.Reset(10.0, 100.0);
+    EXPECT_EQ(rate.GetRate(), 0.0);
+    for (int i = 1; i <= 128; ++i)
+        rate.Add(10.0 + i, 100.0 + i);
+    EXPECT_DOUBLE_EQ(rate.GetRate(), 1.0);
+    // Half a window of steps three times as slow: (64 * 1 + 64 * 3) / 128.
+    for (int i = 1; i <= 64; ++i)
+        rate.Add(138.0 + i, 228.0 + 3.0 * i);
+    EXPECT_DOUBLE_EQ(rate.GetRate(), 2.0);
+    for (int i = 65; i <= 128; ++i)
+        rate.Add(138.0 + i, 228.0 + 3.0 * i);
+    EXPECT_DOUBLE_EQ(rate.GetRate(), 3.0) << "the first steps have left the window";
+
+    rate.Reset(0.0, 0.0);
+    rate.Add(5e-9, 1.0);
+    EXPECT_EQ(rate.GetRate(), 0.0) << "an x sum below 1e-8 is no rate";
+    rate.Add(1e-8, 2.0);
+    EXPECT_DOUBLE_EQ(rate.GetRate(), 2e8);
+}
+
+TEST(EngineGrapher, KeepsFinishedPagesInOrderUntilTaken) {
+    CASimulationEngine engine;
+    engine.ReleaseGrapherPage();
+    EXPECT_TRUE(engine.GetGrapherPages().empty()) << "releasing nothing finishes nothing";
+    CGrapherPage& first = engine.OpenGrapherPage();
+    first.SetTitle("Parameter Sweep");
+    EXPECT_EQ(&engine.OpenGrapherPage(), &first) << "the open page is reused";
+    engine.ReleaseGrapherPage();
+    EXPECT_FALSE(engine.HasOpenGrapherPage());
+    engine.OpenGrapherPage().SetTitle("Monte Carlo Analysis");
+    engine.ReleaseGrapherPage();
+
+    const std::vector<CGrapherPage> taken = engine.TakeGrapherPages();
+    ASSERT_EQ(taken.size(), 2u);
+    EXPECT_EQ(taken[0].GetTitle(), "Parameter Sweep");
+    EXPECT_EQ(taken[1].GetTitle(), "Monte Carlo Analysis");
+    EXPECT_TRUE(engine.GetGrapherPages().empty());
+}
