@@ -1,5 +1,6 @@
 // SVG plots: well-formed documents, one polyline point per value, decade ticks
 // on log axes, and no failure on NaN, empty, single-point or flat traces.
+#include "report/axis.h"
 #include "report/numbers.h"
 #include "report/svg.h"
 
