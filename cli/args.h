@@ -30,7 +30,10 @@ struct Command {
     std::vector<std::string_view> positionals; ///< required, in order; names as messages print them
     std::vector<std::string_view> options;     ///< long options taking one value each
     ResourceId summary;                        ///< the command's line in the tool's help
-    std::string (*help)();                     ///< what "COMMAND --help" prints
+    ResourceId help;                           ///< what "COMMAND --help" prints
+    /// Which nicknames the help's NICKNAME paragraph lists. Unless None, the help
+    /// text takes that paragraph and the --settings one as its two "%s".
+    enum class Nicknames { None, Analyses, AnalysesAndPostProc } nicknames;
     /// Runs the command; gets exactly `positionals.size()` positionals. Returns an ExitCode.
     int (*handler)(const Invocation& call, std::ostream& out, std::ostream& err);
 };

@@ -20,11 +20,15 @@ namespace cli {
 
 namespace {
 
-// A command's help with the NICKNAME and --settings paragraphs filled in.
-std::string NicknameHelp(ResourceId help, bool withPostProc) {
+// What "COMMAND --help" prints: its help text, with the NICKNAME and --settings
+// paragraphs filled in where it has them.
+std::string HelpText(const Command& command) {
+    if (command.nicknames == Command::Nicknames::None)
+        return GetResourceText(command.help);
+    const bool withPostProc = command.nicknames == Command::Nicknames::AnalysesAndPostProc;
     const CString nicknames = CString::Formatted(GetResourceText(IDS_CLI_HELP_NICKNAME),
                                                  NicknameBlock(20, withPostProc).c_str());
-    return CString::Formatted(GetResourceText(help), nicknames.c_str(),
+    return CString::Formatted(GetResourceText(command.help), nicknames.c_str(),
                               GetResourceText(IDS_CLI_HELP_SETTINGS))
         .str();
 }
@@ -91,38 +95,22 @@ int PrintProps(const Invocation& call, std::ostream& out, std::ostream& err) {
 
 // Every command of the tool, in the order the tool's help lists them.
 const std::vector<Command>& Commands() {
+    using enum Command::Nicknames;
+    // One row per command reads best as a table.
+    // clang-format off
     static const std::vector<Command> commands = {
-        {"script",
-         {"NICKNAME"},
-         {"--settings", "--mask"},
-         IDS_CLI_SUMMARY_SCRIPT,
-         [] { return NicknameHelp(IDS_CLI_HELP_SCRIPT, true); },
-         &PrintScript},
-        {"describe",
-         {"NICKNAME"},
-         {"--settings", "--mask"},
-         IDS_CLI_SUMMARY_DESCRIBE,
-         [] { return NicknameHelp(IDS_CLI_HELP_DESCRIBE, true); },
-         &PrintDescription},
-        {"props",
-         {"NICKNAME"},
-         {"--settings"},
-         IDS_CLI_SUMMARY_PROPS,
-         [] { return NicknameHelp(IDS_CLI_HELP_PROPS, true); },
-         &PrintProps},
-        {"run",
-         {"CIRCUIT", "NICKNAME"},
-         {"--settings", "--save", "--out"},
-         IDS_CLI_SUMMARY_RUN,
-         [] { return NicknameHelp(IDS_RUN_HELP, false); },
-         &RunAnalysis},
-        {"demo",
-         {},
-         {"--out"},
-         IDS_CLI_SUMMARY_DEMO,
-         [] { return std::string(GetResourceText(IDS_DEMO_HELP)); },
-         &RunDemo},
+        {"script",   {"NICKNAME"},            {"--settings", "--mask"},
+         IDS_CLI_SUMMARY_SCRIPT,   IDS_CLI_HELP_SCRIPT,   AnalysesAndPostProc, &PrintScript},
+        {"describe", {"NICKNAME"},            {"--settings", "--mask"},
+         IDS_CLI_SUMMARY_DESCRIBE, IDS_CLI_HELP_DESCRIBE, AnalysesAndPostProc, &PrintDescription},
+        {"props",    {"NICKNAME"},            {"--settings"},
+         IDS_CLI_SUMMARY_PROPS,    IDS_CLI_HELP_PROPS,    AnalysesAndPostProc, &PrintProps},
+        {"run",      {"CIRCUIT", "NICKNAME"}, {"--settings", "--save", "--out"},
+         IDS_CLI_SUMMARY_RUN,      IDS_RUN_HELP,          Analyses,            &RunAnalysis},
+        {"demo",     {},                      {"--out"},
+         IDS_CLI_SUMMARY_DEMO,     IDS_DEMO_HELP,         None,                &RunDemo},
     };
+    // clang-format on
     return commands;
 }
 
@@ -156,7 +144,7 @@ int Invoke(const Command& command, const std::vector<std::string>& args, std::os
         return ExitUsage;
     }
     if (call->help) {
-        out << command.help();
+        out << HelpText(command);
         return ExitOk;
     }
     const size_t given = call->positionals.size(), wanted = command.positionals.size();
