@@ -15,7 +15,9 @@ TEST(Axis, LogTicksSitAtDecadesWithMinorTicksBetween) {
     ASSERT_EQ(majors.size(), 5u);
     for (size_t i = 0; i < majors.size(); ++i)
         EXPECT_DOUBLE_EQ(majors[i], std::pow(10.0, static_cast<double>(i)));
-    EXPECT_EQ(ticks.size(), 5u + 4u * 8u); // 2..9 in each of the four decades
+    EXPECT_EQ(ticks.size(), 5u + 4u * 8u);                      // 2..9 in each of the four decades
+    EXPECT_EQ(report::LogTicks(1.0, 1e5).size(), 6u + 5u * 8u); // minor ticks up to six decades
+    EXPECT_EQ(report::LogTicks(1.0, 1e6).size(), 7u);           // and none beyond
     EXPECT_EQ(ticks.front().label, "1");
     EXPECT_EQ(ticks.back().label, "10k");
 
@@ -53,6 +55,16 @@ TEST(Axis, LinearTicksAreOneTwoFiveSteps) {
     EXPECT_EQ(negative.back().label, "2");
     EXPECT_TRUE(report::LinearTicks(1.0, 1.0).empty());
     EXPECT_TRUE(report::LinearTicks(NAN, 1.0).empty());
+
+    // Six ticks over these spans want steps of 1.4, 1.6, 3, 4, 7 and 8: each lands
+    // on the 1-2-5 step its side of a boundary (1.5, 3.5, 7.5) gives.
+    const std::pair<double, double> spansAndSteps[] = {{8.4, 1.0},  {9.6, 2.0},  {18.0, 2.0},
+                                                       {24.0, 5.0}, {42.0, 5.0}, {48.0, 10.0}};
+    for (const auto& [span, wanted] : spansAndSteps) {
+        const auto spanTicks = report::LinearTicks(0.0, span);
+        ASSERT_GE(spanTicks.size(), 2u) << span;
+        EXPECT_EQ(spanTicks[1].value - spanTicks[0].value, wanted) << span;
+    }
 }
 
 TEST(Axis, FitScaleTakesAUsableRangeElseRoundsTheDataOut) {

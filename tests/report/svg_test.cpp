@@ -187,6 +187,21 @@ TEST(Svg, PhaseIsPlottedWithoutWrapJumps) {
     EXPECT_EQ(svg.find(">180</text>"), std::string::npos);
 }
 
+TEST(Svg, LegendShortensLongNamesAndCountsTheTracesThatDoNotFit) {
+    report::Page page;
+    page.xName = "time";
+    page.x = {0.0, 1.0};
+    for (int i = 0; i < 30; ++i)
+        page.traces.push_back(
+            {"v(a-rather-long-node-name-" + std::to_string(i) + ")", {0, 1}, {}, true});
+    const std::string svg = report::ToSvg(page);
+    const std::string legend = svg.substr(svg.find("<g class=\"legend\">"));
+    // 520 pixels leave room for 23 lines: 22 traces and the count of the other 8.
+    EXPECT_EQ(std::count(legend.begin(), legend.end(), '~'), 22);
+    EXPECT_NE(legend.find(">v(a-rather-long-node-~</text>"), std::string::npos) << legend;
+    EXPECT_NE(legend.find(">... and 8 more</text>"), std::string::npos) << legend;
+}
+
 TEST(Svg, VerticalTitleNamesTheCommonQuantity) {
     report::Page page;
     page.xName = "time";
