@@ -17,6 +17,8 @@ struct RepeatedOption {
     std::string name;
 };
 
+// Every argument message starts with the command; the unknown-option one names
+// it again in its help hint (printf skips arguments a text does not use).
 std::string Message(ResourceId id, const std::string& command, const std::string& name) {
     return CString::Formatted(GetResourceText(id), command.c_str(), name.c_str(), command.c_str())
         .str();
@@ -28,23 +30,19 @@ std::string Message(ResourceId id, const std::string& command, const std::string
 // stay as they are.
 std::vector<std::string> SplitEmptyValues(const std::vector<std::string>& args,
                                           const std::vector<std::string_view>& valueOptions) {
+    const auto isValueOption = [&](std::string_view word) {
+        return std::find(valueOptions.begin(), valueOptions.end(), word) != valueOptions.end();
+    };
     std::vector<std::string> words;
     size_t i = 0;
     for (; i < args.size() && args[i] != "--"; ++i) {
         const std::string& word = args[i];
-        const bool takesNext =
-            std::find(valueOptions.begin(), valueOptions.end(), word) != valueOptions.end();
-        if (takesNext && i + 1 < args.size()) {
-            words.push_back(word);
+        words.push_back(word);
+        if (isValueOption(word) && i + 1 < args.size()) {
             words.push_back(args[++i]);
-        } else if (word.ends_with('=') &&
-                   std::find(valueOptions.begin(), valueOptions.end(),
-                             std::string_view(word).substr(0, word.size() - 1)) !=
-                       valueOptions.end()) {
-            words.push_back(word.substr(0, word.size() - 1));
+        } else if (word.ends_with('=') && isValueOption(word.substr(0, word.size() - 1))) {
+            words.back().pop_back();
             words.emplace_back();
-        } else {
-            words.push_back(word);
         }
     }
     words.insert(words.end(), args.begin() + static_cast<std::ptrdiff_t>(i), args.end());
