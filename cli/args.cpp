@@ -1,67 +1,113 @@
-// Command-line arguments of one tool command.
+// The reading of a command's arguments: CLI11 does the parsing, this file keeps the tool's
+// own conventions and messages on top of it.
 #include "cli/args.h"
 
-#include "platform/resources.h"
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <charconv>
 
 namespace cli {
 
-const std::string* ParsedArgs::Value(std::string_view option) const {
+namespace {
+
+// Thrown from an option's parse callback, so that parsing stops where the
+// second occurrence stands and later words cannot report first.
+struct RepeatedOption {
+    std::string name;
+};
+
+// Every argument message starts with the command; the unknown-option one names
+// it again in its help hint (printf skips arguments a text does not use).
+std::string Message(ResourceId id, const std::string& command, const std::string& name) {
+    return CString::Formatted(GetResourceText(id), command.c_str(), name.c_str(), command.c_str())
+        .str();
+}
+
+// CLI11 reads "--mask=" as a bare option that takes the next word; the tool
+// has always read it as an empty value. Splitting it into "--mask" "" gives
+// CLI11 the empty word to take. Values (even "--mask=") and words after "--"
+// stay as they are.
+std::vector<std::string> SplitEmptyValues(const std::vector<std::string>& args,
+                                          const std::vector<std::string_view>& valueOptions) {
+    const auto isValueOption = [&](std::string_view word) {
+        return std::find(valueOptions.begin(), valueOptions.end(), word) != valueOptions.end();
+    };
+    std::vector<std::string> words;
+    size_t i = 0;
+    for (; i < args.size() && args[i] != "--"; ++i) {
+        const std::string& word = args[i];
+        words.push_back(word);
+        if (isValueOption(word) && i + 1 < args.size()) {
+            words.push_back(args[++i]);
+        } else if (word.ends_with('=') && isValueOption(word.substr(0, word.size() - 1))) {
+            words.back().pop_back();
+            words.emplace_back();
+        }
+    }
+    words.insert(words.end(), args.begin() + static_cast<std::ptrdiff_t>(i), args.end());
+    return words;
+}
+
+} // namespace
+
+const std::string* Invocation::Value(std::string_view option) const {
     const auto it = values.find(option);
     return it == values.end() ? nullptr : &it->second;
 }
 
-std::optional<ParsedArgs> ParseArgs(std::string_view command, const std::vector<std::string>& args,
+std::optional<Invocation> ParseArgs(std::string_view command, const std::vector<std::string>& args,
                                     const std::vector<std::string_view>& valueOptions,
                                     std::string& error) {
     const std::string cmd(command);
-    ParsedArgs parsed;
+    Invocation call;
+    CLI::App app;
+    // The help texts are the tool's own; CLI11 leaves "-h", "--help", positionals
+    // and unknown options in its remaining words, in order, for the loop below.
+    app.set_help_flag();
+    app.allow_extras();
+    for (const std::string_view option : valueOptions) {
+        const std::string name(option);
+        app.add_option(name,
+                       [&call, name](const CLI::results_t& results) {
+                           if (!call.values.emplace(name, results.front()).second)
+                               throw RepeatedOption{name};
+                           return true;
+                       })
+            ->trigger_on_parse();
+    }
+
+    std::optional<std::string> stop; // the problem where CLI11 stopped, if it stopped
+    std::vector<std::string> words = SplitEmptyValues(args, valueOptions);
+    std::reverse(words.begin(), words.end()); // CLI11 takes the words last first
+    try {
+        app.parse(words);
+    } catch (const RepeatedOption& repeated) {
+        stop = Message(IDS_CLI_ERR_REPEATED_OPTION, cmd, repeated.name);
+    } catch (const CLI::ArgumentMismatch&) {
+        // Values are taken whatever they look like, so only a last word can lack one.
+        stop = Message(IDS_CLI_ERR_MISSING_VALUE, cmd, args.back());
+    }
+
+    // The remaining words stand before the stop, so an unknown option among them comes first.
     bool optionsEnded = false;
-    for (size_t i = 0; i < args.size(); ++i) {
-        const std::string& word = args[i];
-        // A lone "-" is a positional (conventionally standard input).
-        if (optionsEnded || word.size() < 2 || word[0] != '-') {
-            parsed.positionals.push_back(word);
-            continue;
-        }
-        if (word == "--") {
+    for (std::string& word : app.remaining()) {
+        if (!optionsEnded && word == "--") {
             optionsEnded = true;
-            continue;
-        }
-        if (word == "-h" || word == "--help") {
-            parsed.help = true;
-            continue;
-        }
-        const size_t eq = word.find('=');
-        const std::string name = word.substr(0, eq);
-        if (std::find(valueOptions.begin(), valueOptions.end(), name) == valueOptions.end()) {
-            error = CString::Formatted(GetResourceText(IDS_CLI_ERR_UNKNOWN_OPTION), cmd.c_str(),
-                                       name.c_str(), cmd.c_str())
-                        .str();
-            return std::nullopt;
-        }
-        std::string value;
-        if (eq != std::string::npos) {
-            value = word.substr(eq + 1);
-        } else if (i + 1 < args.size()) {
-            // The next word is the value even when it starts with '-' ("--mask -33").
-            value = args[++i];
+        } else if (optionsEnded || word.size() < 2 || word[0] != '-') {
+            call.positionals.push_back(std::move(word)); // a lone "-" is conventionally stdin
+        } else if (word == "-h" || word == "--help") {
+            call.help = true;
         } else {
-            error = CString::Formatted(GetResourceText(IDS_CLI_ERR_MISSING_VALUE), cmd.c_str(),
-                                       name.c_str())
-                        .str();
-            return std::nullopt;
-        }
-        if (!parsed.values.emplace(name, std::move(value)).second) {
-            error = CString::Formatted(GetResourceText(IDS_CLI_ERR_REPEATED_OPTION), cmd.c_str(),
-                                       name.c_str())
-                        .str();
+            error = Message(IDS_CLI_ERR_UNKNOWN_OPTION, cmd, word.substr(0, word.find('=')));
             return std::nullopt;
         }
     }
-    return parsed;
+    if (stop) {
+        error = std::move(*stop);
+        return std::nullopt;
+    }
+    return call;
 }
 
 std::optional<long> ParseMask(std::string_view text) {

@@ -1,8 +1,10 @@
-// The canal tool's commands, callable in-process (tests) and from main().
+// The canal tool's entry points, callable in-process (tests) and from main().
 #pragma once
 
+#include <functional>
 #include <iosfwd>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace cli {
@@ -17,15 +19,17 @@ enum ExitCode : int {
 /// The whole tool: argv[0] excluded. Writes results to `out`, messages to `err`.
 int Main(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
-/// `canal script|describe|props NICKNAME [--settings FILE] [--mask N]`.
-int ScriptCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
-int DescribeCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
-int PropsCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+/// One command by name with the words after it, as `canal NAME ARGS...`; an
+/// unknown name is a usage error.
+int CallCommand(std::string_view name, const std::vector<std::string>& args, std::ostream& out,
+                std::ostream& err);
 
 /// `canal run CIRCUIT NICKNAME [--settings FILE] [--save VECTORS] [--out DIR]`.
 int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
-/// `canal demo`: runs the bundled example and says where the results are.
-int DemoCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
+/// Calls `body` and returns its status. Whatever escapes it becomes
+/// "canal: internal error: ..." on `err` and ExitFailure, so that the tool never
+/// ends on an exception without a word.
+int CatchAll(const std::function<int()>& body, std::ostream& err) noexcept;
 
 } // namespace cli

@@ -1,5 +1,4 @@
 // `canal demo`: the bundled amplifier's AC and transient analyses, one report.
-#include "cli/args.h"
 #include "cli/commands.h"
 #include "cli/run.h"
 #include "cli/settings.h"
@@ -62,24 +61,8 @@ fs::path FindExamples(std::string& searched) {
 
 } // namespace
 
-int DemoCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-    std::string error;
-    const std::optional<ParsedArgs> parsed = ParseArgs("demo", args, {"--out"}, error);
-    if (!parsed) {
-        ReportError(err, error);
-        return ExitUsage;
-    }
-    if (parsed->help) {
-        out << GetResourceText(IDS_DEMO_HELP);
-        return ExitOk;
-    }
-    if (!parsed->positionals.empty()) {
-        ReportError(err, CString::Formatted(GetResourceText(IDS_CLI_ERR_EXTRA_ARGUMENT), "demo",
-                                            parsed->positionals[0].c_str())
-                             .view());
-        return ExitUsage;
-    }
-    const std::string* outOption = parsed->Value("--out");
+int RunDemo(const Invocation& call, std::ostream& out, std::ostream& err) {
+    const std::string* outOption = call.Value("--out");
     const std::string dir = outOption ? *outOption : std::string("canal-out");
 
     std::string searched;

@@ -6,6 +6,9 @@
 #include <vector>
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> args(argv + 1, argv + argc);
-    return cli::Main(args, std::cout, std::cerr);
+    return cli::CatchAll(
+        [&] {
+            return cli::Main(std::vector<std::string>(argv + 1, argv + argc), std::cout, std::cerr);
+        },
+        std::cerr);
 }

@@ -1,7 +1,6 @@
 // `canal run`: simulate a circuit with one analysis and write the results.
 #include "cli/run.h"
 
-#include "cli/args.h"
 #include "cli/commands.h"
 #include "cli/settings.h"
 #include "host/ngspice/script_runner.h"
@@ -126,39 +125,10 @@ bool WriteAndSummarize(const report::Report& report, const std::string& dir, std
     return written.ok();
 }
 
-int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-    std::string error;
-    const std::optional<ParsedArgs> parsed =
-        ParseArgs("run", args, {"--settings", "--save", "--out"}, error);
-    if (!parsed) {
-        ReportError(err, error);
-        return ExitUsage;
-    }
-    if (parsed->help) {
-        const CString nicknames = CString::Formatted(GetResourceText(IDS_CLI_HELP_NICKNAME),
-                                                     NicknameBlock(20, false).c_str());
-        out << CString::Formatted(GetResourceText(IDS_RUN_HELP), nicknames.c_str(),
-                                  GetResourceText(IDS_CLI_HELP_SETTINGS))
-                   .str();
-        return ExitOk;
-    }
-    if (parsed->positionals.size() < 2) {
-        ReportError(err, CString::Formatted(GetResourceText(IDS_CLI_ERR_MISSING_ARGUMENT), "run",
-                                            parsed->positionals.empty() ? "CIRCUIT and NICKNAME"
-                                                                        : "NICKNAME",
-                                            "run")
-                             .view());
-        return ExitUsage;
-    }
-    if (parsed->positionals.size() > 2) {
-        ReportError(err, CString::Formatted(GetResourceText(IDS_CLI_ERR_EXTRA_ARGUMENT), "run",
-                                            parsed->positionals[2].c_str())
-                             .view());
-        return ExitUsage;
-    }
-    const std::string& circuit = parsed->positionals[0];
-    const std::string& nickname = parsed->positionals[1];
-    const std::string* outOption = parsed->Value("--out");
+int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
+    const std::string& circuit = call.positionals[0];
+    const std::string& nickname = call.positionals[1];
+    const std::string* outOption = call.Value("--out");
     const std::string dir = outOption ? *outOption : std::string("canal-out");
 
     // Reading the file here gives a plain message instead of ngspice's.
@@ -181,10 +151,10 @@ int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
 
     int status = ExitUsage;
     std::unique_ptr<Analyses::Analysis> analysis =
-        LoadAnalysis(nickname, parsed->Value("--settings"), err, status);
+        LoadAnalysis(nickname, call.Value("--settings"), err, status);
     if (!analysis)
         return status;
-    if (const std::string* save = parsed->Value("--save"))
+    if (const std::string* save = call.Value("--save"))
         analysis->GetAnalysisNodes().SetNodesString(CString(*save));
 
     const std::string title = analysis->GetAnalysisReadableName().str();
@@ -200,7 +170,7 @@ int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ost
                     CString::Formatted(GetResourceText(IDS_RUN_ERR_CANNOT_SIMULATE), title.c_str(),
                                        analysis->ExplainWhyCannotSimulate().c_str())
                         .view());
-        if (!parsed->Value("--save"))
+        if (!call.Value("--save"))
             ReportError(err, GetResourceText(IDS_RUN_HINT_SAVE));
         return ExitFailure;
     }

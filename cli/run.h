@@ -1,8 +1,9 @@
-// Simulating one analysis on a loaded circuit and writing its report: what
-// `canal run` and `canal demo` share.
+// The run and demo commands, and what they share: simulating one analysis on a loaded
+// circuit and writing its report.
 #pragma once
 
 #include "analyses/core/analysis.h"
+#include "cli/args.h"
 #include "report/report.h"
 
 #include <chrono>
@@ -48,6 +49,12 @@ report::Section SimulateAnalysis(host::ScriptRunner& runner, const Analyses::Ana
 /// A section for an analysis that could not run at all (the circuit did not
 /// load): its settings and the message, no pages.
 report::Section FailedSection(const Analyses::Analysis& analysis, const std::string& error);
+
+/// `canal run`: simulates the circuit with one analysis and writes the results.
+int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err);
+
+/// `canal demo`: runs the bundled example and says where the results are.
+int RunDemo(const Invocation& call, std::ostream& out, std::ostream& err);
 
 /// Writes the report into `dir` and prints, per section, a line with its pages,
 /// traces and points, then what was written. False when some file failed; the

@@ -7,7 +7,6 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace report {
 
@@ -15,19 +14,6 @@ struct SvgOptions {
     int width = 880;  ///< pixels
     int height = 520; ///< pixels
 };
-
-/// One axis tick: where it is, what it says; minor ticks draw grid only.
-struct Tick {
-    double value = 0.0;
-    std::string label;
-    bool major = true;
-};
-
-/// 1-2-5 stepped ticks covering [lo, hi], about `target` of them.
-std::vector<Tick> LinearTicks(double lo, double hi, int target = 6);
-/// Ticks for a logarithmic axis over [lo, hi] (both > 0): decades, with 2..9
-/// minor ticks when few decades show, and 1-2-5 labels inside a single decade.
-std::vector<Tick> LogTicks(double lo, double hi);
 
 /// True when the page has x values and some plotted trace with values: only
 /// such pages get a plot.

@@ -8,7 +8,7 @@ packages=(
   clang clang-format libclang-rt-14-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libngspice0-dev ngspice
-  libcli11-dev nlohmann-json3-dev
+  libcli11-dev
 )
 
 missing=()

@@ -1,5 +1,6 @@
-// The tool's commands called in-process: exact scripts, settings round trips, and error statuses.
-#include "cli/commands.h"
+// The commands that print an analysis, called in-process: exact scripts, settings
+// round trips, and what unusable settings files say.
+#include "canal_run.h"
 #include "cli/settings.h"
 
 #include <gtest/gtest.h>
@@ -8,23 +9,13 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace {
 
-struct Result {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-Result Canal(const std::vector<std::string>& args) {
-    std::ostringstream out, err;
-    const int status = cli::Main(args, out, err);
-    return {status, out.str(), err.str()};
-}
+using canal_test::Canal;
+using canal_test::Result;
 
 // A settings file in a fresh folder, removed with the fixture.
 class SettingsFile : public ::testing::Test {
@@ -75,12 +66,7 @@ TEST(ScriptCommand, MaskOnePrintsTheDefaultCommandBody) {
 TEST(DescribeCommand, PrintsTheTreeIndentedByLevel) {
     Result r = Canal({"describe", "AC"});
     ASSERT_EQ(r.status, 0) << r.err;
-    std::istringstream lines(r.out);
-    std::string heading, next;
-    std::getline(lines, heading);
-    EXPECT_EQ(heading, "AC Analysis");
-    std::getline(lines, next);
-    EXPECT_EQ(next.rfind("  ", 0), 0u) << "items under the heading are indented: " << next;
+    EXPECT_EQ(r.out.rfind("AC Analysis\n  ", 0), 0u) << "items under the heading are indented";
     EXPECT_NE(r.out.find("\n    ac  -env-options dec 10 1 1e+10\n"), std::string::npos) << r.out;
 
     // Bit 32 drops the heading, so the top items start at column 0.
@@ -150,55 +136,44 @@ TEST_F(SettingsFile, AnalysesFilePicksTheItemOfTheNickname) {
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "-param vscale log; -param hscale log; -param hrange 5 1e+10; "
                      "ac  -env-options dec 10 5 1e+10 \n");
-
-    Result missing = Canal({"script", "OP", "--settings", path});
-    EXPECT_EQ(missing.status, 2);
-    EXPECT_NE(missing.err.find(path), std::string::npos) << missing.err;
-    EXPECT_NE(missing.err.find("\"OP\""), std::string::npos) << missing.err;
-    EXPECT_EQ(missing.out, "");
 }
 
-TEST_F(SettingsFile, UnreadableOrWrongSettingsExitWithUsageStatus) {
-    Result unknown = Canal({"script", "ac"});
-    EXPECT_EQ(unknown.status, 2);
-    EXPECT_NE(unknown.err.find("\"ac\""), std::string::npos) << unknown.err;
-    EXPECT_NE(unknown.err.find("AC"), std::string::npos) << "lists the known nicknames";
-    EXPECT_NE(unknown.err.find("TRAN"), std::string::npos);
-    EXPECT_EQ(unknown.out, "");
-
-    const std::string absent = Path("absent.txt");
-    Result missing = Canal({"props", "AC", "--settings", absent});
-    EXPECT_EQ(missing.status, 2);
-    EXPECT_NE(missing.err.find(absent), std::string::npos) << missing.err;
-    EXPECT_EQ(missing.out, "");
-
-    // A folder opens but cannot be read.
-    Result folder = Canal({"props", "AC", "--settings", Path("")});
-    EXPECT_EQ(folder.status, 2) << folder.err;
-
+TEST_F(SettingsFile, UnusableSettingsAreUsageErrorsThatSayWhereAndWhy) {
+    const std::string absent = Path("absent.txt"), folder = Path("");
     const std::string bad = Write("bad.txt", "AC:list{\n"
                                              "  ANALYSIS:list{FSTART:double{10}}\n"
                                              "  BAD:nosuchtype{1}}\n");
-    Result malformed = Canal({"script", "AC", "--settings", bad});
-    EXPECT_EQ(malformed.status, 2);
-    EXPECT_EQ(malformed.out, "");
-    EXPECT_EQ(malformed.err.find("canal: " + bad + ":3:"), 0u) << malformed.err;
-    EXPECT_NE(malformed.err.find("nosuchtype"), std::string::npos) << "the parser's own message";
-    const std::string unfinished = Write("unfinished.txt", "AC:list{\n  ANALYSIS:list{\n");
-    Result open = Canal({"script", "AC", "--settings", unfinished});
-    EXPECT_EQ(open.status, 2);
-    EXPECT_TRUE(open.err.find(unfinished + ":1:") != std::string::npos ||
-                open.err.find(unfinished + ":2:") != std::string::npos)
-        << open.err;
-
+    const std::string open = Write("open.txt", "AC:list{\n  ANALYSIS:list{\n");
     const std::string empty = Write("empty.txt", " \n\t\n");
-    EXPECT_EQ(Canal({"props", "AC", "--settings", empty}).status, 2);
-
     const std::string tran = Write("tran.txt", "TRAN:list{ANALYSIS:list{}}");
-    Result wrongLabel = Canal({"props", "AC", "--settings", tran});
-    EXPECT_EQ(wrongLabel.status, 2);
-    EXPECT_NE(wrongLabel.err.find("\"TRAN\""), std::string::npos) << wrongLabel.err;
-    EXPECT_NE(wrongLabel.err.find("\"AC\""), std::string::npos) << wrongLabel.err;
+    const std::string all = Write("all.txt", "ANALYSES:list{TRAN:list{ANALYSIS:list{}}}");
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"ac"},
+         "unknown analysis nickname \"ac\" (nicknames are case-sensitive); known: " +
+             cli::KnownNicknamesText()},
+        {{"AC", "--settings", absent},
+         "cannot read settings file " + absent + ": No such file or directory"},
+        {{"AC", "--settings", folder}, "cannot read settings file " + folder + ": Is a directory"},
+        {{"AC", "--settings", bad},
+         bad + ":3:7: cannot parse the settings: unknown type 'nosuchtype' in item 'BAD'"},
+        {{"AC", "--settings", open},
+         open + ":2:16: cannot parse the settings: unterminated '{' in item 'ANALYSIS'"},
+        {{"AC", "--settings", empty}, empty + ": the file holds no settings"},
+        {{"AC", "--settings", tran},
+         tran + ": the file holds settings labelled \"TRAN\", not \"AC\""},
+        {{"OP", "--settings", all}, all + ": the ANALYSES item holds no settings labelled \"OP\""},
+    };
+    for (const char* command : {"script", "describe", "props"}) {
+        for (const auto& [args, message] : cases) {
+            std::vector<std::string> words{command};
+            words.insert(words.end(), args.begin(), args.end());
+            SCOPED_TRACE(::testing::PrintToString(words));
+            const Result r = Canal(words);
+            EXPECT_EQ(r.status, cli::ExitUsage);
+            EXPECT_EQ(r.err, "canal: " + message + "\n");
+            EXPECT_EQ(r.out, "");
+        }
+    }
 }
 
 TEST_F(SettingsFile, UnknownAndMistypedKeysWarnButTheRestApplies) {
@@ -245,42 +220,6 @@ TEST(LineColumn, CountsFromOneAndStaysInsideTheText) {
     EXPECT_EQ(cli::LineColumn(text, 99), std::make_pair(4u, 2u));
 }
 
-TEST(Main, ArgumentErrorsAndHelp) {
-    Result none = Canal({});
-    EXPECT_EQ(none.status, 2);
-    EXPECT_EQ(none.out, "");
-    EXPECT_EQ(none.err.rfind("Usage: canal", 0), 0u) << none.err;
-
-    Result help = Canal({"--help"});
-    EXPECT_EQ(help.status, 0);
-    EXPECT_EQ(help.out.rfind("Usage: canal", 0), 0u);
-    EXPECT_NE(help.out.find("AC, "), std::string::npos) << "lists the nicknames";
-
-    Result scriptHelp = Canal({"script", "-h"});
-    EXPECT_EQ(scriptHelp.status, 0);
-    EXPECT_NE(scriptHelp.out.find("--mask N"), std::string::npos);
-    EXPECT_NE(scriptHelp.out.find("32  simulator options"), std::string::npos);
-    EXPECT_NE(Canal({"describe", "--help"}).out.find("32  no heading item"), std::string::npos);
-    EXPECT_EQ(Canal({"props", "--help"}).out.find("--mask"), std::string::npos);
-    EXPECT_EQ(Canal({"help", "script"}).out, scriptHelp.out);
-    EXPECT_EQ(Canal({"help", "nonsense"}).status, 2);
-
-    Result version = Canal({"--version"});
-    EXPECT_EQ(version.status, 0);
-    EXPECT_EQ(version.out.rfind("canal ", 0), 0u);
-
-    EXPECT_EQ(Canal({"frobnicate"}).status, 2);
-    EXPECT_EQ(Canal({"script"}).status, 2);
-    EXPECT_EQ(Canal({"script", "AC", "TRAN"}).status, 2);
-    EXPECT_EQ(Canal({"script", "AC", "--mask"}).status, 2);
-    EXPECT_EQ(Canal({"props", "AC", "--mask", "1"}).status, 2) << "props has no mask";
-    EXPECT_EQ(Canal({"script", "AC", "--mask", "1", "--mask", "2"}).status, 2);
-    Result badMask = Canal({"script", "AC", "--mask", "one"});
-    EXPECT_EQ(badMask.status, 2);
-    EXPECT_NE(badMask.err.find("\"one\""), std::string::npos) << badMask.err;
-    EXPECT_EQ(Canal({"script", "AC", "--mask", "1x"}).status, 2);
-}
-
 TEST_F(SettingsFile, PostProcessingPagesAreReachableByNickname) {
     const std::string path = Write("pp.txt", "PostProc:list{PAGE:list{DIAGRAM:list{"
                                              "TYPE:string{GRAPH} TRACE:string{v(1)}}}}");
@@ -294,16 +233,6 @@ TEST_F(SettingsFile, PostProcessingPagesAreReachableByNickname) {
     EXPECT_EQ(props.out, "PostProc:list{PAGE:list{DIAGRAM:list{TYPE:string{GRAPH} "
                          "TRACE:string{v(1)}}}}\n");
     EXPECT_EQ(Canal({"props", "PostProc"}).out, "PostProc:list{}\n");
-}
-
-TEST(LoadAnalysis, RefusesThePostProcessingSet) {
-    std::ostringstream err;
-    int status = -1;
-    EXPECT_NE(cli::LoadAnalysis("AC", nullptr, err, status), nullptr);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(cli::LoadAnalysis("PostProc", nullptr, err, status), nullptr);
-    EXPECT_EQ(status, 2);
-    EXPECT_NE(err.str().find("PostProc"), std::string::npos);
 }
 
 } // namespace

@@ -1,6 +1,5 @@
-// SVG plots: well-formed documents, one polyline point per value, decade ticks
-// on log axes, and no failure on NaN, empty, single-point or flat traces.
-#include "report/numbers.h"
+// SVG plots: the exact document of a small plot, well-formed documents with one
+// polyline point per value, and no failure on NaN, empty, single-point or flat traces.
 #include "report/svg.h"
 
 #include <gtest/gtest.h>
@@ -70,6 +69,60 @@ report::Page AcPage(size_t n) {
 
 } // namespace
 
+TEST(Svg, SmallPlotIsDrawnExactly) {
+    report::Page page;
+    page.title = "t";
+    page.xName = "time";
+    page.x = {0, 3};
+    page.traces.push_back({"v(a)", {0, 3}, {}, true});
+    EXPECT_EQ(report::ToSvg(page, {320, 240}), R"svg(<?xml version="1.0" encoding="UTF-8"?>
+<svg xmlns="http://www.w3.org/2000/svg" width="320" height="240" viewBox="0 0 320 240" font-family="Helvetica, Arial, sans-serif" font-size="12">
+<rect x="0" y="0" width="320" height="240" fill="#ffffff"/>
+<text x="160" y="24" text-anchor="middle" font-size="16" font-weight="bold">t</text>
+<defs><clipPath id="plot0"><rect x="78" y="48" width="52" height="134"/></clipPath></defs>
+<rect x="78" y="48" width="52" height="134" fill="#fbfbfb" stroke="none"/>
+<g class="grid">
+<line x1="78" y1="48" x2="78" y2="182" stroke="#d0d0d0" stroke-width="1"/>
+<line x1="95.33" y1="48" x2="95.33" y2="182" stroke="#d0d0d0" stroke-width="1"/>
+<line x1="112.67" y1="48" x2="112.67" y2="182" stroke="#d0d0d0" stroke-width="1"/>
+<line x1="130" y1="48" x2="130" y2="182" stroke="#d0d0d0" stroke-width="1"/>
+<line x1="78" y1="182" x2="130" y2="182" stroke="#d0d0d0" stroke-width="1"/>
+<line x1="78" y1="137.33" x2="130" y2="137.33" stroke="#d0d0d0" stroke-width="1"/>
+<line x1="78" y1="92.67" x2="130" y2="92.67" stroke="#d0d0d0" stroke-width="1"/>
+<line x1="78" y1="48" x2="130" y2="48" stroke="#d0d0d0" stroke-width="1"/>
+</g>
+<g class="traces" clip-path="url(#plot0)" fill="none" stroke-width="1.6" stroke-linejoin="round">
+<g stroke="#1f77b4">
+<polyline points="78,182 130,48"/>
+</g>
+</g>
+<rect x="78" y="48" width="52" height="134" fill="none" stroke="#333333"/>
+<line x1="74" y1="182" x2="78" y2="182" stroke="#333333"/>
+<text x="71" y="186" text-anchor="end">0</text>
+<line x1="74" y1="137.33" x2="78" y2="137.33" stroke="#333333"/>
+<text x="71" y="141.33" text-anchor="end">1</text>
+<line x1="74" y1="92.67" x2="78" y2="92.67" stroke="#333333"/>
+<text x="71" y="96.67" text-anchor="end">2</text>
+<line x1="74" y1="48" x2="78" y2="48" stroke="#333333"/>
+<text x="71" y="52" text-anchor="end">3</text>
+<line x1="78" y1="182" x2="78" y2="186" stroke="#333333"/>
+<text x="78" y="200" text-anchor="middle">0</text>
+<line x1="95.33" y1="182" x2="95.33" y2="186" stroke="#333333"/>
+<text x="95.33" y="200" text-anchor="middle">1</text>
+<line x1="112.67" y1="182" x2="112.67" y2="186" stroke="#333333"/>
+<text x="112.67" y="200" text-anchor="middle">2</text>
+<line x1="130" y1="182" x2="130" y2="186" stroke="#333333"/>
+<text x="130" y="200" text-anchor="middle">3</text>
+<text x="18" y="115" transform="rotate(-90 18 115)" text-anchor="middle">voltage (V)</text>
+<text x="104" y="222" text-anchor="middle">time (s)</text>
+<g class="legend">
+<line x1="146" y1="58" x2="168" y2="58" stroke="#1f77b4" stroke-width="2.5"/>
+<text x="174" y="62" >v(a)</text>
+</g>
+</svg>
+)svg");
+}
+
 TEST(Svg, AcPlotIsWellFormedWithOnePointPerValueInBothPanels) {
     std::string svg = report::ToSvg(AcPage(61));
     EXPECT_EQ(TagBalanceProblem(svg), "");
@@ -82,55 +135,6 @@ TEST(Svg, AcPlotIsWellFormedWithOnePointPerValueInBothPanels) {
     EXPECT_NE(svg.find(">1k</text>"), std::string::npos); // decade label in engineering form
     EXPECT_NE(svg.find(">1M</text>"), std::string::npos);
     EXPECT_NE(svg.find(">-90</text>"), std::string::npos); // phase ticks on whole angles
-}
-
-TEST(Svg, LogTicksSitAtDecadesWithMinorTicksBetween) {
-    auto ticks = report::LogTicks(1.0, 1e4);
-    std::vector<double> majors;
-    for (const auto& t : ticks)
-        if (t.major)
-            majors.push_back(t.value);
-    ASSERT_EQ(majors.size(), 5u);
-    for (size_t i = 0; i < majors.size(); ++i)
-        EXPECT_DOUBLE_EQ(majors[i], std::pow(10.0, static_cast<double>(i)));
-    EXPECT_EQ(ticks.size(), 5u + 4u * 8u); // 2..9 in each of the four decades
-    EXPECT_EQ(ticks.front().label, "1");
-    EXPECT_EQ(ticks.back().label, "10k");
-
-    // Twenty decades: labels thin out, still at decades.
-    auto wide = report::LogTicks(1e-12, 1e8);
-    size_t labelled = 0;
-    for (const auto& t : wide) {
-        ASSERT_TRUE(t.major);
-        double e = std::log10(t.value);
-        EXPECT_NEAR(e, std::round(e), 1e-9);
-        ++labelled;
-    }
-    EXPECT_LE(labelled, 11u);
-    EXPECT_GE(labelled, 5u);
-
-    // Inside one decade: 1-2-5 ticks.
-    auto narrow = report::LogTicks(15.0, 90.0);
-    std::vector<double> values;
-    for (const auto& t : narrow)
-        values.push_back(t.value);
-    EXPECT_EQ(values, (std::vector<double>{20.0, 50.0}));
-}
-
-TEST(Svg, LinearTicksAreOneTwoFiveSteps) {
-    auto ticks = report::LinearTicks(0.0, 1e-3);
-    ASSERT_FALSE(ticks.empty());
-    EXPECT_EQ(ticks.front().label, "0");
-    EXPECT_EQ(ticks.back().label, "1m");
-    double step = ticks[1].value - ticks[0].value;
-    EXPECT_NEAR(step, 2e-4, 1e-12);
-    EXPECT_EQ(ticks[1].label, "200u");
-
-    auto negative = report::LinearTicks(-7.0, 3.0);
-    EXPECT_EQ(negative.front().label, "-6");
-    EXPECT_EQ(negative.back().label, "2");
-    EXPECT_TRUE(report::LinearTicks(1.0, 1.0).empty());
-    EXPECT_TRUE(report::LinearTicks(NAN, 1.0).empty());
 }
 
 TEST(Svg, NanEmptySinglePointAndFlatTracesStillGiveAValidPlot) {
@@ -183,6 +187,21 @@ TEST(Svg, PhaseIsPlottedWithoutWrapJumps) {
     EXPECT_EQ(svg.find(">180</text>"), std::string::npos);
 }
 
+TEST(Svg, LegendShortensLongNamesAndCountsTheTracesThatDoNotFit) {
+    report::Page page;
+    page.xName = "time";
+    page.x = {0.0, 1.0};
+    for (int i = 0; i < 30; ++i)
+        page.traces.push_back(
+            {"v(a-rather-long-node-name-" + std::to_string(i) + ")", {0, 1}, {}, true});
+    const std::string svg = report::ToSvg(page);
+    const std::string legend = svg.substr(svg.find("<g class=\"legend\">"));
+    // 520 pixels leave room for 23 lines: 22 traces and the count of the other 8.
+    EXPECT_EQ(std::count(legend.begin(), legend.end(), '~'), 22);
+    EXPECT_NE(legend.find(">v(a-rather-long-node-~</text>"), std::string::npos) << legend;
+    EXPECT_NE(legend.find(">... and 8 more</text>"), std::string::npos) << legend;
+}
+
 TEST(Svg, VerticalTitleNamesTheCommonQuantity) {
     report::Page page;
     page.xName = "time";
@@ -215,17 +234,4 @@ TEST(Svg, OnlyPagesWithXAndPlottedValuesHaveAGraph) {
     EXPECT_TRUE(report::HasGraph(page));
     page.traces[0].plotted = false;
     EXPECT_FALSE(report::HasGraph(page));
-}
-
-TEST(Numbers, EngineeringLabelsAndFullPrecision) {
-    EXPECT_EQ(report::FormatEngineering(0.0025), "2.5m");
-    EXPECT_EQ(report::FormatEngineering(47000), "47k");
-    EXPECT_EQ(report::FormatEngineering(1e6), "1M");
-    EXPECT_EQ(report::FormatEngineering(-1.5e-9), "-1.5n");
-    EXPECT_EQ(report::FormatEngineering(999.99, 3), "1k");
-    EXPECT_EQ(report::FormatEngineering(1e21), "1e+21");
-    EXPECT_EQ(report::FormatEngineering(NAN), "nan");
-    EXPECT_EQ(report::FormatFull(0.1), "0.10000000000000001");
-    EXPECT_EQ(report::FormatFull(-INFINITY), "-inf");
-    EXPECT_EQ(report::FormatShort(1e10), "1e+10");
 }
