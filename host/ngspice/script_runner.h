@@ -21,6 +21,7 @@ struct RunResult {
     std::vector<report::Page> pages;
     std::vector<std::string> log;   ///< everything ngspice printed, in order
     std::vector<std::string> notes; ///< things the host did differently (skipped options, ...)
+                                    ///< and clean-ups that failed after the work was done
 };
 
 struct RunOptions {
@@ -36,6 +37,10 @@ struct RunOptions {
     /// "alter"s. Runs that depend on parameters changed just before them set this to keep the
     /// circuit as it is (options of earlier scripts then stay in force).
     bool keepCircuitState = false;
+    /// Runs a compound analysis: receives the text after "orvo" ("MONTE ANALYSIS:list{...}")
+    /// and returns false with a message in `error` when it fails. Called on the runner's thread,
+    /// between two statements of the script. Without it, "orvo" statements fail.
+    std::function<bool(const std::string& keyAndRecord, std::string& error)> orvo;
 };
 
 /// Borrows the process's ngspice session; the session must outlive the runner.
