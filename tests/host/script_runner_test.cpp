@@ -176,13 +176,16 @@ TEST_F(ScriptRunnerTest, TransientInitialConditionKeywordsChooseTheStartingState
     EXPECT_REL(p.x.back(), 3e-3, 1e-9);
 }
 
-TEST_F(ScriptRunnerTest, DcSweepGivesTheSweepAsXAxis) {
+TEST_F(ScriptRunnerTest, DcSweepGivesTheSweepAsXAxisOnAPageOfItsOwn) {
     Load(kDivider);
     // Source names as typed in the netlist: ngspice itself only knows them in lower case.
     const RunResult& one =
-        Run("begin-scope page DC; save v(mid); dc  -env-options V1 0 3 0.5; end-scope ");
+        Run("begin-scope page DC; save v(mid); op  -env-options ; dc  -env-options V1 0 3 0.5; "
+            "end-scope ");
     ASSERT_TRUE(one.ok) << one.error;
-    const report::Page& p1 = one.pages.at(0);
+    ASSERT_EQ(one.pages.size(), 2u); // a second analysis of a scope gets a page of its own
+    const report::Page& p1 = one.pages[1];
+    EXPECT_EQ(p1.title, "DC");
     EXPECT_EQ(p1.xName, "v-sweep");
     ASSERT_EQ(p1.x.size(), 7u);
     for (std::size_t i = 0; i < p1.x.size(); ++i)
@@ -387,6 +390,10 @@ TEST_F(ScriptRunnerTest, FailureKeepsEarlierPagesAndIfErrorEndsTheRun) {
     // ngspice runs "ac dec 10 100" over no points at all, without a message.
     EXPECT_EQ(Run("begin-scope page AC; ac  -env-options dec 10 100 ; end-scope ").error,
               "The analysis produced no data points.");
+    // A save list ends with its scope: a scope without one sees every vector again.
+    EXPECT_FALSE(Run("begin-scope page A; save v(nowhere); op  -env-options ; end-scope ").ok);
+    EXPECT_TRUE(Run("begin-scope page B; op  -env-options ; end-scope ").ok) << last_.error;
+    EXPECT_EQ(last_.pages.at(0).traces.size(), 5u); // in, mid, top, i(v1), i(v2)
 }
 
 TEST_F(ScriptRunnerTest, MissingOrBrokenCircuitFailsWithItsMessage) {
