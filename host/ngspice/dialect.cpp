@@ -261,8 +261,7 @@ bool IsErrorLine(std::string_view line) {
 }
 
 bool IsAbortLine(std::string_view line) {
-    const std::string l = Lower(line);
-    return Contains(l, "aborted") && !StartsWith(Trim(l), "warning");
+    return Contains(Lower(line), "aborted");
 }
 
 } // namespace host

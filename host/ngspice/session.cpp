@@ -2,7 +2,6 @@
 #include "host/ngspice/session.h"
 
 #include "host/ngspice/dialect.h"
-
 #include "platform/resources.h"
 
 #include <ngspice/sharedspice.h>
