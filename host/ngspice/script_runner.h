@@ -19,9 +19,10 @@ struct RunResult {
     bool ok = true;
     std::string error; ///< first failure, with ngspice's own message
     std::vector<report::Page> pages;
-    std::vector<std::string> log;   ///< everything ngspice printed, in order
-    std::vector<std::string> notes; ///< things the host did differently (skipped options, ...)
-                                    ///< and clean-ups that failed after the work was done
+    std::vector<std::string> log; ///< everything ngspice printed, in order
+    /// Things the host did differently (skipped options, ...) and housekeeping ngspice refused
+    /// (restoring the temperature, removing helper plots), which costs no result.
+    std::vector<std::string> notes;
 };
 
 struct RunOptions {
@@ -39,7 +40,8 @@ struct RunOptions {
     bool keepCircuitState = false;
     /// Runs a compound analysis: receives the text after "orvo" ("MONTE ANALYSIS:list{...}")
     /// and returns false with a message in `error` when it fails. Called on the runner's thread,
-    /// between two statements of the script. Without it, "orvo" statements fail.
+    /// between two statements of the script; what it throws fails the statement. Without it,
+    /// "orvo" statements fail.
     std::function<bool(const std::string& keyAndRecord, std::string& error)> orvo;
 };
 
