@@ -438,6 +438,10 @@ TEST_F(ScriptRunnerTest, OrvoGoesToItsHandlerAndFailsWithoutOne) {
     EXPECT_EQ(last_.pages.size(), 2u);
     ASSERT_EQ(received.size(), 2u);
     EXPECT_EQ(received[0], "MONTE a:list{b:int{1}; c:int{2}}");
+    engine.orvo = [](const std::string&, std::string&) -> bool {
+        throw std::runtime_error("engine lost");
+    };
+    EXPECT_EQ(Run(script, engine).error, "engine lost");
 }
 
 struct Counter : host::PlotListener {
