@@ -19,8 +19,10 @@ struct RunResult {
     bool ok = true;
     std::string error; ///< first failure, with ngspice's own message
     std::vector<report::Page> pages;
-    std::vector<std::string> log;   ///< everything ngspice printed, in order
-    std::vector<std::string> notes; ///< things the host did differently (skipped options, ...)
+    std::vector<std::string> log; ///< everything ngspice printed, in order
+    /// Things the host did differently (skipped options, ...) and housekeeping ngspice refused
+    /// (restoring the temperature, removing helper plots), which costs no result.
+    std::vector<std::string> notes;
 };
 
 struct RunOptions {
@@ -36,6 +38,11 @@ struct RunOptions {
     /// "alter"s. Runs that depend on parameters changed just before them set this to keep the
     /// circuit as it is (options of earlier scripts then stay in force).
     bool keepCircuitState = false;
+    /// Runs a compound analysis: receives the text after "orvo" ("MONTE ANALYSIS:list{...}")
+    /// and returns false with a message in `error` when it fails. Called on the runner's thread,
+    /// between two statements of the script; what it throws fails the statement. Without it,
+    /// "orvo" statements fail.
+    std::function<bool(const std::string& keyAndRecord, std::string& error)> orvo;
 };
 
 /// Borrows the process's ngspice session; the session must outlive the runner.

@@ -1,6 +1,7 @@
-// The libngspice adapter: trampolines, output capture, error detection and vector access.
+// The libngspice adapter: guarded calls, trampolines, output capture and vector access.
 #include "host/ngspice/session.h"
 
+#include "host/ngspice/dialect.h"
 #include "platform/resources.h"
 
 #include <ngspice/sharedspice.h>
@@ -13,7 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <locale.h>
-#include <mutex>
+#include <utility>
 
 namespace host {
 namespace {
@@ -39,34 +40,6 @@ private:
     locale_t c_;
     locale_t old_ = nullptr;
 };
-
-std::recursive_mutex& SessionMutex() {
-    static std::recursive_mutex m;
-    return m;
-}
-
-std::string Lower(std::string_view s) {
-    std::string r(s);
-    for (char& c : r)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return r;
-}
-
-bool Contains(const std::string& haystack, const char* needle) {
-    return haystack.find(needle) != std::string::npos;
-}
-
-// ngspice has no error codes for most failures: it prints them. These are the stderr texts that
-// mean the command did not do what it was asked (checked on the lower-cased line).
-bool IsErrorLine(const std::string& line) {
-    const std::string l = Lower(line);
-    if (l.rfind("note:", 0) == 0)
-        return false;
-    return Contains(l, "error") || Contains(l, "aborted") || Contains(l, "no such") ||
-           Contains(l, "not found") || Contains(l, "not available") ||
-           Contains(l, "timestep too small") || Contains(l, "singular matrix") ||
-           Contains(l, "unknown") || Contains(l, "cannot") || Contains(l, "can't");
-}
 
 // The first line of a device card names the device; comments, dot cards and the title do not.
 bool IsDeviceCard(std::string_view card) {
@@ -153,7 +126,47 @@ std::string ResolveInclude(const std::string& line, const std::filesystem::path&
            line.substr(tail);
 }
 
+// Keeps the capture target of one library call and gives the previous one back, also when the
+// call is left by an exception.
+class CaptureScope {
+public:
+    CaptureScope(CommandResult*& slot, CommandResult* capture)
+        : slot_(slot), outer_(std::exchange(slot, capture)) {}
+    ~CaptureScope() { slot_ = outer_; }
+    CaptureScope(const CaptureScope&) = delete;
+    CaptureScope& operator=(const CaptureScope&) = delete;
+
+private:
+    CommandResult*& slot_;
+    CommandResult* outer_;
+};
+
 } // namespace
+
+void CommandResult::AddError(const std::string& message) {
+    if (ok) {
+        ok = false;
+        error = message;
+    } else if (std::count(error.begin(), error.end(), '\n') < 4) {
+        error += '\n';
+        error += message;
+    }
+}
+
+template <class Call> auto NgSpiceSession::CallLibrary(CommandResult* capture, Call&& call) {
+    std::lock_guard lock(mutex_);
+    CLocaleGuard locale;
+    CaptureScope scope(current_, capture);
+    return call();
+}
+
+CommandResult NgSpiceSession::DeadLibrary() {
+    CommandResult dead;
+    dead.ok = false;
+    dead.exitRequested = true;
+    dead.error = GetResourceText(IDS_HOST_EXIT_REQUESTED);
+    return dead;
+}
 
 NgSpiceSession& NgSpiceSession::Get() {
     static NgSpiceSession session;
@@ -161,53 +174,88 @@ NgSpiceSession& NgSpiceSession::Get() {
 }
 
 NgSpiceSession::NgSpiceSession() {
-    std::lock_guard lock(SessionMutex());
-    CLocaleGuard guard;
-    // The library's banner goes nowhere: there is no command to attach it to.
-    ngSpice_Init(&NgSpiceSession::OnSendChar, &NgSpiceSession::OnSendStat,
-                 &NgSpiceSession::OnControlledExit, &NgSpiceSession::OnSendData,
-                 &NgSpiceSession::OnSendInitData, &NgSpiceSession::OnBackgroundThread, this);
     rowRe_.reserve(64);
     rowIm_.reserve(64);
+    // The library's banner goes nowhere: there is no command to attach it to.
+    CallLibrary(nullptr, [this] {
+        return ngSpice_Init(&OnSendChar, &OnSendStat, &OnControlledExit, &OnSendData,
+                            &OnSendInitData, &OnBackgroundThread, this);
+    });
+}
+
+NgSpiceSession::ListenerScope::ListenerScope(NgSpiceSession& session, PlotListener* listener)
+    : session_(session) {
+    std::lock_guard lock(session_.mutex_);
+    previous_ = std::exchange(session_.listener_, listener);
+}
+
+NgSpiceSession::ListenerScope::~ListenerScope() {
+    std::lock_guard lock(session_.mutex_);
+    session_.listener_ = previous_;
 }
 
 // --- trampolines: ngspice hands back the user pointer given to ngSpice_Init -------------------
 
-int NgSpiceSession::OnSendChar(char* text, int /*id*/, void* user) {
-    if (text && user)
-        static_cast<NgSpiceSession*>(user)->HandleChar(text);
-    return 0;
-}
-
-int NgSpiceSession::OnSendStat(char* /*text*/, int /*id*/, void* /*user*/) {
-    return 0;
-}
-
-int NgSpiceSession::OnControlledExit(int /*status*/, bool /*unload*/, bool /*quit*/, int /*id*/,
-                                     void* user) {
-    // Never exit: the host process outlives any circuit. The command in progress fails.
-    if (user) {
-        auto* self = static_cast<NgSpiceSession*>(user);
-        self->exitRequested_ = true;
-        if (self->current_)
-            self->current_->exitRequested = true;
+template <class Work> int NgSpiceSession::Shielded(void* user, Work&& work) noexcept {
+    auto* self = static_cast<NgSpiceSession*>(user);
+    if (!self)
+        return 0;
+    try {
+        work(*self);
+    } catch (const std::exception& e) {
+        self->CallbackFailed(e.what());
+    } catch (...) {
+        self->CallbackFailed(nullptr);
     }
     return 0;
 }
 
-int NgSpiceSession::OnSendData(vecvaluesall* values, int /*count*/, int /*id*/, void* user) {
-    if (values && user)
-        static_cast<NgSpiceSession*>(user)->HandleData(*values);
+void NgSpiceSession::CallbackFailed(const char* what) noexcept {
+    listenerFailed_ = true;
+    if (!current_)
+        return;
+    try {
+        current_->AddError(std::string(GetResourceText(IDS_HOST_CALLBACK_FAILED)) +
+                           (what ? what : GetResourceText(IDS_HOST_UNKNOWN_EXCEPTION)));
+    } catch (...) {
+        current_->ok = false; // no memory for the message; the failure itself still counts
+    }
+}
+
+int NgSpiceSession::OnSendChar(char* text, int /*id*/, void* user) noexcept {
+    if (!text)
+        return 0;
+    return Shielded(user, [text](NgSpiceSession& self) { self.HandleChar(text); });
+}
+
+int NgSpiceSession::OnSendStat(char* /*text*/, int /*id*/, void* /*user*/) noexcept {
     return 0;
 }
 
-int NgSpiceSession::OnSendInitData(vecinfoall* info, int /*id*/, void* user) {
-    if (info && user)
-        static_cast<NgSpiceSession*>(user)->HandleInitData(*info);
-    return 0;
+int NgSpiceSession::OnControlledExit(int /*status*/, bool /*unload*/, bool /*quit*/, int /*id*/,
+                                     void* user) noexcept {
+    // Never exit: the host process outlives any circuit. The command in progress fails.
+    return Shielded(user, [](NgSpiceSession& self) {
+        self.exitRequested_ = true;
+        if (self.current_)
+            self.current_->exitRequested = true;
+    });
 }
 
-int NgSpiceSession::OnBackgroundThread(bool /*running*/, int /*id*/, void* /*user*/) {
+int NgSpiceSession::OnSendData(vecvaluesall* values, int /*count*/, int /*id*/,
+                               void* user) noexcept {
+    if (!values)
+        return 0;
+    return Shielded(user, [values](NgSpiceSession& self) { self.HandleData(*values); });
+}
+
+int NgSpiceSession::OnSendInitData(vecinfoall* info, int /*id*/, void* user) noexcept {
+    if (!info)
+        return 0;
+    return Shielded(user, [info](NgSpiceSession& self) { self.HandleInitData(*info); });
+}
+
+int NgSpiceSession::OnBackgroundThread(bool /*running*/, int /*id*/, void* /*user*/) noexcept {
     return 0;
 }
 
@@ -217,31 +265,21 @@ void NgSpiceSession::HandleChar(std::string_view line) {
     if (!current_)
         return;
     // Every line arrives as "stdout TEXT" or "stderr TEXT".
-    bool isErr = false;
-    if (line.rfind("stderr ", 0) == 0) {
-        isErr = true;
-        line.remove_prefix(7);
-    } else if (line.rfind("stderr", 0) == 0) {
-        isErr = true;
-        line.remove_prefix(6);
-    } else if (line.rfind("stdout ", 0) == 0) {
-        line.remove_prefix(7);
-    } else if (line.rfind("stdout", 0) == 0) {
-        line.remove_prefix(6);
-    }
+    const bool isErr = line.rfind("stderr", 0) == 0;
+    if (isErr || line.rfind("stdout", 0) == 0)
+        line.remove_prefix(line.size() > 6 && line[6] == ' ' ? 7 : 6);
     std::string text(line);
     if (!isErr) {
         current_->out.push_back(std::move(text));
         return;
     }
-    if (IsErrorLine(text)) {
-        if (current_->ok) {
-            current_->ok = false;
-            current_->error = text;
-        } else if (std::count(current_->error.begin(), current_->error.end(), '\n') < 4) {
-            current_->error += '\n';
-            current_->error += text;
-        }
+    if (!current_->ok) {
+        current_->AddError(text); // what ngspice says after an error line explains it
+    } else if (IsErrorLine(text)) {
+        // "... simulation(s) aborted" names no reason; ngspice printed it on the line before.
+        if (IsAbortLine(text) && !current_->err.empty())
+            current_->AddError(current_->err.back());
+        current_->AddError(text);
     }
     current_->err.push_back(std::move(text));
 }
@@ -266,19 +304,18 @@ void NgSpiceSession::HandleInitData(const vecinfoall& info) {
         known.vectors.push_back(pv.name);
         plot.vectors.push_back(std::move(pv));
     }
-    plots_.erase(std::remove_if(plots_.begin(), plots_.end(),
-                                [&](const KnownPlot& k) { return k.name == known.name; }),
-                 plots_.end());
+    std::erase_if(plots_, [&](const KnownPlot& k) { return k.name == known.name; });
     plots_.push_back(std::move(known));
     if (current_)
         current_->plots.push_back(plot.name);
     rowsSincePoll_ = 0;
-    if (listener_)
-        listener_->OnBeginPlot(plot);
+    if (PlotListener* l = Listener())
+        l->OnBeginPlot(plot);
 }
 
 void NgSpiceSession::HandleData(const vecvaluesall& values) {
-    if (!listener_)
+    PlotListener* l = Listener();
+    if (!l)
         return;
     const auto n = static_cast<std::size_t>(std::max(values.veccount, 0));
     rowRe_.resize(n);
@@ -287,11 +324,11 @@ void NgSpiceSession::HandleData(const vecvaluesall& values) {
         rowRe_[i] = values.vecsa[i]->creal;
         rowIm_[i] = values.vecsa[i]->is_complex ? values.vecsa[i]->cimag : 0.0;
     }
-    listener_->OnData(DataRow{values.vecindex, rowRe_.data(), rowIm_.data(), n});
+    l->OnData(DataRow{values.vecindex, rowRe_.data(), rowIm_.data(), n});
     // Polling on every row would cost more than the row itself on long transients.
     if (++rowsSincePoll_ >= 64) {
         rowsSincePoll_ = 0;
-        if (listener_->OnStopPoll())
+        if (l->OnStopPoll())
             stopRequested_ = true;
     }
 }
@@ -299,34 +336,30 @@ void NgSpiceSession::HandleData(const vecvaluesall& values) {
 // --- commands ----------------------------------------------------------------------------------
 
 CommandResult NgSpiceSession::Command(std::string_view command) {
-    std::lock_guard lock(SessionMutex());
-    CommandResult result;
+    std::lock_guard lock(mutex_);
     // After "quit" or a fatal error ngspice 39 frees its state and crashes on the next circuit,
     // even after a second ngSpice_Init; so quitting is refused, and a dead library is not called.
     const std::string word = Lower(command.substr(0, command.find_first_of(" \t")));
     if (word == "quit" || word == "exit") {
-        result.ok = false;
-        result.error = GetResourceText(IDS_HOST_QUIT_REFUSED);
-        result.error += std::string(command);
-        return result;
+        CommandResult refused;
+        refused.AddError(GetResourceText(IDS_HOST_QUIT_REFUSED) + std::string(command));
+        return refused;
     }
-    if (exitRequested_) {
-        result.ok = false;
-        result.exitRequested = true;
-        result.error = GetResourceText(IDS_HOST_EXIT_REQUESTED);
-        return result;
-    }
-    CommandResult* outer = current_;
-    current_ = &result;
-    int rc = 0;
-    {
-        CLocaleGuard guard;
-        std::string text(command);
-        rc = ngSpice_Command(text.data());
-    }
-    current_ = outer;
-    if (listener_ && !result.plots.empty())
-        listener_->OnEndPlot();
+    if (exitRequested_)
+        return DeadLibrary();
+    CommandResult result;
+    listenerFailed_ = false;
+    std::string text(command);
+    const int rc = CallLibrary(&result, [&] {
+        const int r = ngSpice_Command(text.data());
+        if (!result.plots.empty())
+            Shielded(this, [](NgSpiceSession& self) {
+                if (PlotListener* l = self.Listener())
+                    l->OnEndPlot();
+            });
+        return r;
+    });
+    listenerFailed_ = false;
     if (result.exitRequested) {
         hasCircuit_ = false;
         result.ok = false;
@@ -334,28 +367,25 @@ CommandResult NgSpiceSession::Command(std::string_view command) {
             result.error = GetResourceText(IDS_HOST_EXIT_REQUESTED);
     } else if (rc != 0 && result.ok) {
         // A non-zero return without an error line: ngspice unwound from an internal failure.
-        result.ok = false;
-        result.error = GetResourceText(IDS_HOST_COMMAND_FAILED);
-        result.error += std::string(command);
+        result.AddError(GetResourceText(IDS_HOST_COMMAND_FAILED) + std::string(command));
     }
     return result;
 }
 
 CommandResult NgSpiceSession::LoadCircuit(const std::vector<std::string>& lines) {
-    std::lock_guard lock(SessionMutex());
+    std::lock_guard lock(mutex_);
+    std::vector<std::string> cleanUp; // what removing the previous circuit printed as errors
     if (hasCircuit_) {
         // One circuit at a time: old plots and circuit go, so pages never mix two circuits.
-        (void)Command("destroy all");
-        (void)Command("remcirc");
+        for (const char* command : {"destroy all", "remcirc"}) {
+            const CommandResult r = Command(command);
+            if (!r.ok)
+                cleanUp.push_back(r.error);
+        }
         hasCircuit_ = false;
     }
-    if (exitRequested_) {
-        CommandResult dead;
-        dead.ok = false;
-        dead.exitRequested = true;
-        dead.error = GetResourceText(IDS_HOST_EXIT_REQUESTED);
-        return dead;
-    }
+    if (exitRequested_)
+        return DeadLibrary();
     std::vector<std::string> deck = lines;
     const bool hasEnd =
         !deck.empty() && Lower(std::string_view(deck.back()).substr(0, 4)) == ".end";
@@ -368,14 +398,8 @@ CommandResult NgSpiceSession::LoadCircuit(const std::vector<std::string>& lines)
     cards.push_back(nullptr);
 
     CommandResult result;
-    CommandResult* outer = current_;
-    current_ = &result;
-    int rc = 0;
-    {
-        CLocaleGuard guard;
-        rc = ngSpice_Circ(cards.data());
-    }
-    current_ = outer;
+    result.err = std::move(cleanUp);
+    const int rc = CallLibrary(&result, [&] { return ngSpice_Circ(cards.data()); });
     // ngspice sets up a circuit even after some card errors; a circuit only counts when the
     // parser neither complained nor failed.
     if (rc != 0 || result.exitRequested) {
@@ -391,14 +415,14 @@ CommandResult NgSpiceSession::LoadCircuit(const std::vector<std::string>& lines)
     }
     if (!result.ok && rc == 0 && !result.exitRequested) {
         // The parser may have left a half-built circuit behind; remove it.
-        CommandResult ignored = Command("remcirc");
-        (void)ignored;
+        const CommandResult removed = Command("remcirc");
+        result.err.insert(result.err.end(), removed.err.begin(), removed.err.end());
     }
     return result;
 }
 
 CommandResult NgSpiceSession::ResetCircuit() {
-    std::lock_guard lock(SessionMutex());
+    std::lock_guard lock(mutex_);
     CommandResult r = Command("reset");
     options_.clear();
     return r;
@@ -408,9 +432,7 @@ CommandResult NgSpiceSession::LoadCircuitFile(const std::string& path) {
     std::ifstream in(path);
     if (!in) {
         CommandResult r;
-        r.ok = false;
-        r.error = GetResourceText(IDS_HOST_CANNOT_READ_NETLIST);
-        r.error += path;
+        r.AddError(GetResourceText(IDS_HOST_CANNOT_READ_NETLIST) + path);
         return r;
     }
     const std::filesystem::path folder = std::filesystem::absolute(path).parent_path();
@@ -423,16 +445,47 @@ CommandResult NgSpiceSession::LoadCircuitFile(const std::string& path) {
     return LoadCircuit(lines);
 }
 
+// --- state -------------------------------------------------------------------------------------
+
+bool NgSpiceSession::HasCircuit() const {
+    std::lock_guard lock(mutex_);
+    return hasCircuit_;
+}
+
+double NgSpiceSession::CircuitTemperature() const {
+    std::lock_guard lock(mutex_);
+    return circuitTemp_;
+}
+
+double NgSpiceSession::CircuitNominalTemperature() const {
+    std::lock_guard lock(mutex_);
+    return circuitTnom_;
+}
+
+std::map<std::string, std::string> NgSpiceSession::Options() const {
+    std::lock_guard lock(mutex_);
+    return options_;
+}
+
+void NgSpiceSession::RecordOption(const std::string& name, const std::string& command) {
+    std::lock_guard lock(mutex_);
+    options_[name] = command;
+}
+
+bool NgSpiceSession::TakeStopRequest() {
+    std::lock_guard lock(mutex_);
+    return std::exchange(stopRequested_, false);
+}
+
 // --- plots and vectors -------------------------------------------------------------------------
 
 std::string NgSpiceSession::CurrentPlot() {
-    std::lock_guard lock(SessionMutex());
-    CLocaleGuard guard;
-    const char* p = ngSpice_CurPlot();
+    const char* p = CallLibrary(nullptr, [] { return ngSpice_CurPlot(); });
     return p ? p : "";
 }
 
 std::string NgSpiceSession::PlotType(const std::string& plot) const {
+    std::lock_guard lock(mutex_);
     for (const auto& k : plots_)
         if (k.name == plot)
             return k.type;
@@ -440,7 +493,7 @@ std::string NgSpiceSession::PlotType(const std::string& plot) const {
 }
 
 std::vector<std::string> NgSpiceSession::PlotVectors(const std::string& plot, std::string* scale) {
-    std::lock_guard lock(SessionMutex());
+    std::lock_guard lock(mutex_);
     // Plots announced through SendInitData are known exactly, in the analysis's own order; the
     // library's list would also hold vectors that later commands (fourier) added to the plot.
     for (const auto& k : plots_) {
@@ -450,29 +503,21 @@ std::vector<std::string> NgSpiceSession::PlotVectors(const std::string& plot, st
             return k.vectors;
         }
     }
-    std::vector<std::string> names;
-    CLocaleGuard guard;
-    std::string p = plot;
-    char** all = ngSpice_AllVecs(p.data());
-    for (; all && *all; ++all)
-        names.emplace_back(*all);
     if (scale)
         scale->clear();
+    std::string p = plot;
+    std::vector<std::string> names;
+    for (char** all = CallLibrary(nullptr, [&] { return ngSpice_AllVecs(p.data()); }); all && *all;
+         ++all)
+        names.emplace_back(*all);
     return names;
 }
 
 bool NgSpiceSession::ReadVector(const std::string& name, VectorData& out) {
-    std::lock_guard lock(SessionMutex());
-    CommandResult sink; // ngspice complains on stderr about vectors it cannot hand out
-    CommandResult* outer = current_;
-    current_ = &sink;
-    pvector_info info = nullptr;
-    {
-        CLocaleGuard guard;
-        std::string n = name;
-        info = ngGet_Vec_Info(n.data());
-    }
-    current_ = outer;
+    std::lock_guard lock(mutex_); // the vector is ngspice's until it is copied
+    CommandResult sink;           // ngspice complains on stderr about vectors it cannot hand out
+    std::string n = name;
+    const pvector_info info = CallLibrary(&sink, [&] { return ngGet_Vec_Info(n.data()); });
     if (!info || info->v_length < 0)
         return false;
     const auto len = static_cast<std::size_t>(info->v_length);
@@ -495,7 +540,7 @@ bool NgSpiceSession::ReadVector(const std::string& name, VectorData& out) {
 }
 
 bool NgSpiceSession::HasXspice() {
-    std::lock_guard lock(SessionMutex());
+    std::lock_guard lock(mutex_);
     if (xspice_ < 0) {
         const CommandResult r = Command("version -f");
         xspice_ = std::any_of(r.out.begin(), r.out.end(), [](const std::string& l) {
@@ -506,6 +551,7 @@ bool NgSpiceSession::HasXspice() {
 }
 
 std::vector<std::string> NgSpiceSession::DeviceNames() {
+    std::lock_guard lock(mutex_);
     std::vector<std::string> names;
     if (!hasCircuit_)
         return names;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <map>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,12 +13,16 @@
 // lives until the process ends. Nothing here unloads the library.
 //
 // Threads: every call runs synchronously on the caller's thread (the background-thread commands
-// of libngspice are never used) and takes the session's lock, so calls from several threads are
-// serialised. Callbacks (output, plot data, listener calls) arrive on the calling thread, inside
-// the call that caused them.
+// of libngspice are never used) and every public member function takes the session's lock, so
+// calls from several threads are serialised. Callbacks (output, plot data, listener calls) arrive
+// on the calling thread, inside the call that caused them.
 //
 // Memory: vectors and names handed out by ngspice stay ngspice's; the session copies what it
-// returns. The listener is borrowed and must outlive its registration.
+// returns. The listener is borrowed for the life of its `ListenerScope`.
+//
+// Failures inside callbacks: ngspice is C and cannot unwind, so nothing thrown may cross it. A
+// listener (or the session's own handling) that throws fails the command in progress with the
+// exception's text, and the listener hears nothing more of that command.
 //
 // Exits: ngspice may ask to exit after a fatal error (its ControlledExit callback). The session
 // never lets that end the process: it records the request and fails the command that caused it.
@@ -57,7 +62,8 @@ struct DataRow {
 };
 
 /// Receives the plot data of a running analysis. Calls arrive on the thread that issued the
-/// command, inside `NgSpiceSession::Command`.
+/// command, inside `NgSpiceSession::Command`. What a listener throws fails that command with the
+/// exception's text; it never reaches ngspice.
 class PlotListener {
 public:
     virtual ~PlotListener() = default;
@@ -73,12 +79,15 @@ public:
 /// What one command printed and whether ngspice reported an error.
 struct CommandResult {
     bool ok = true;
-    std::string error; ///< ngspice's own error text (first error line and its follow-ups)
+    std::string error; ///< ngspice's own error text: the first error line and up to four after it
     std::vector<std::string> out;   ///< stdout lines, without the "stdout " prefix
     std::vector<std::string> err;   ///< stderr lines, without the "stderr " prefix
     std::vector<std::string> plots; ///< plots the command created, in order ("ac1", "noise2", ...)
     bool exitRequested =
         false; ///< ngspice asked to exit; the session stays usable as far as it can
+
+    /// Fails the command with `message`, or adds it below the first message (up to five lines).
+    void AddError(const std::string& message);
 };
 
 /// A vector copied out of ngspice.
@@ -108,18 +117,16 @@ public:
     /// Reads a netlist file and loads it like `LoadCircuit`; relative ".include" and ".lib"
     /// paths are taken from the file's own folder.
     [[nodiscard]] CommandResult LoadCircuitFile(const std::string& path);
-    bool HasCircuit() const { return hasCircuit_; }
+    bool HasCircuit() const;
     /// The temperatures the loaded circuit asks for in degrees Celsius: its ".temp" card or
     /// ".options temp=/tnom=", else ngspice's default of 27.
-    double CircuitTemperature() const { return circuitTemp_; }
-    double CircuitNominalTemperature() const { return circuitTnom_; }
+    double CircuitTemperature() const;
+    double CircuitNominalTemperature() const;
 
     /// Options set by "option" commands since the circuit was loaded or reset, by name, with
     /// the command that set them.
-    const std::map<std::string, std::string>& Options() const { return options_; }
-    void RecordOption(const std::string& name, const std::string& command) {
-        options_[name] = command;
-    }
+    std::map<std::string, std::string> Options() const;
+    void RecordOption(const std::string& name, const std::string& command);
     /// Re-reads the current circuit from its deck ("reset"): options, temperatures and altered
     /// parameters return to what the netlist says. Plots are kept.
     [[nodiscard]] CommandResult ResetCircuit();
@@ -133,43 +140,65 @@ public:
     /// Copies one vector ("ac1.out" or "out" in the current plot). False when it does not exist.
     bool ReadVector(const std::string& name, VectorData& out);
 
-    /// The listener receives the plot data of later commands; null stops forwarding.
-    void SetListener(PlotListener* listener) { listener_ = listener; }
-
     /// Whether this ngspice build has the XSPICE extensions (asked once, then remembered).
     bool HasXspice();
 
     /// True once when a listener asked to stop since the last call.
-    bool TakeStopRequest() {
-        const bool r = stopRequested_;
-        stopRequested_ = false;
-        return r;
-    }
+    bool TakeStopRequest();
 
     /// Names of the devices of the current circuit, in netlist order (from ngspice's listing).
     std::vector<std::string> DeviceNames();
 
+    /// Forwards the plot data of the session's commands to a listener (null: to nobody) for the
+    /// life of the scope, then gives the previous listener back. The listener is borrowed and
+    /// must outlive the scope; scopes nest.
+    class ListenerScope {
+    public:
+        ListenerScope(NgSpiceSession& session, PlotListener* listener);
+        ~ListenerScope();
+        ListenerScope(const ListenerScope&) = delete;
+        ListenerScope& operator=(const ListenerScope&) = delete;
+
+    private:
+        NgSpiceSession& session_;
+        PlotListener* previous_;
+    };
+
 private:
     NgSpiceSession();
 
-    static int OnSendChar(char* text, int id, void* user);
-    static int OnSendStat(char* text, int id, void* user);
-    static int OnControlledExit(int status, bool unload, bool quit, int id, void* user);
-    static int OnSendData(::vecvaluesall* values, int count, int id, void* user);
-    static int OnSendInitData(::vecinfoall* info, int id, void* user);
-    static int OnBackgroundThread(bool running, int id, void* user);
+    /// Runs one libngspice call under the session's lock and a C-locale guard, with what it
+    /// prints captured into `capture` (null: dropped), and gives the previous capture back.
+    template <class Call> auto CallLibrary(CommandResult* capture, Call&& call);
+    /// A refused command: the library is gone after a fatal error.
+    static CommandResult DeadLibrary();
+
+    static int OnSendChar(char* text, int id, void* user) noexcept;
+    static int OnSendStat(char* text, int id, void* user) noexcept;
+    static int OnControlledExit(int status, bool unload, bool quit, int id, void* user) noexcept;
+    static int OnSendData(::vecvaluesall* values, int count, int id, void* user) noexcept;
+    static int OnSendInitData(::vecinfoall* info, int id, void* user) noexcept;
+    static int OnBackgroundThread(bool running, int id, void* user) noexcept;
+
+    /// Runs callback work so that nothing it throws escapes into ngspice.
+    template <class Work> static int Shielded(void* user, Work&& work) noexcept;
+    void CallbackFailed(const char* what) noexcept;
 
     void HandleChar(std::string_view line);
     void HandleInitData(const ::vecinfoall& info);
     void HandleData(const ::vecvaluesall& values);
+    /// The listener of the running command, or null when there is none or it has failed.
+    PlotListener* Listener() const { return listenerFailed_ ? nullptr : listener_; }
 
     struct KnownPlot {
         std::string name, type, scale;
         std::vector<std::string> vectors;
     };
 
+    mutable std::recursive_mutex mutex_;
     CommandResult* current_ = nullptr; ///< result being captured by the running command
     PlotListener* listener_ = nullptr;
+    bool listenerFailed_ = false; ///< a callback threw during the running command
     bool hasCircuit_ = false;
     bool exitRequested_ = false;
     bool stopRequested_ = false;

@@ -1,11 +1,15 @@
-// The libngspice session itself: captured output, error detection, plots and exit requests.
-#include "host/ngspice/script_runner.h"
+// The libngspice session itself: captured output, the error rule, plots, listeners and quitting.
 #include "host/ngspice/session.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 namespace {
 
@@ -70,23 +74,79 @@ TEST(NgSpiceSession, QuitIsRefusedBecauseTheLibraryCannotComeBackFromIt) {
     EXPECT_DOUBLE_EQ(v.re.at(0), 1.0);
 }
 
-TEST(NgSpiceSession, RunStatementExecutesTheDeckAnalysesOnAPageOfItsOwn) {
-    host::ScriptRunner runner(NgSpiceSession::Get());
-    std::string error;
-    ASSERT_TRUE(runner.LoadCircuitLines(
-        {"deck", "v1 in 0 dc 2", "r1 in out 1k", "r2 out 0 1k", ".op", ".end"}, error))
-        << error;
-    const host::RunResult r = runner.Run("run;");
-    ASSERT_TRUE(r.ok) << r.error;
-    ASSERT_EQ(r.pages.size(), 1u);
-    EXPECT_EQ(r.pages[0].plotType, "Operating Point");
-    bool found = false;
-    for (const auto& t : r.pages[0].traces)
-        if (t.name == "v(out)") {
-            found = true;
-            EXPECT_DOUBLE_EQ(t.re.at(0), 1.0);
+TEST(NgSpiceSession, WarningsDoNotFailACommandButErrorsAndAbortsDoWithTheirReason) {
+    NgSpiceSession& s = NgSpiceSession::Get();
+    ASSERT_TRUE(s.LoadCircuit(kRc).ok);
+    // A raw file with a flag ngspice does not know: it warns "unknown flag" and loads the plot.
+    const auto raw = std::filesystem::temp_directory_path() /
+                     ("canal_warning_" + std::to_string(::getpid()) + ".raw");
+    std::ofstream(raw) << "Title: warning\nDate: today\nPlotname: Operating Point\n"
+                          "Flags: real frobnicated\nNo. Variables: 1\nNo. Points: 1\n"
+                          "Variables:\n\t0\tv(a)\tvoltage\nValues:\n 0\t1.5\n";
+    const CommandResult load = s.Command("load " + raw.string());
+    std::filesystem::remove(raw);
+    EXPECT_TRUE(load.ok) << load.error;
+    ASSERT_EQ(load.err.size(), 1u);
+    EXPECT_EQ(load.err[0], "Warning: unknown flag frobnicated");
+    host::VectorData v;
+    ASSERT_TRUE(s.ReadVector("a", v));
+    EXPECT_EQ(v.re, std::vector<double>{1.5});
+    const CommandResult print = s.Command("print v(nowhere)"); // "... is not available ..."
+    EXPECT_TRUE(print.ok) << print.error;
+    EXPECT_FALSE(print.err.empty());
+
+    const CommandResult error = s.Command("setplot nowhere");
+    EXPECT_FALSE(error.ok);
+    EXPECT_EQ(error.error, "Error: no such plot named nowhere");
+    // ngspice gives the reason on the line before "aborted", not as an error line.
+    const CommandResult aborted = s.Command("pz in 0 in 0 vol pz");
+    EXPECT_FALSE(aborted.ok);
+    EXPECT_EQ(aborted.error, "doAnalyses: Transfer function is unity\npz simulation(s) aborted");
+}
+
+// Counts what it hears; throws from OnData at row `throwAt` (0: never).
+struct Recorder : host::PlotListener {
+    explicit Recorder(int throwAtRow = 0) : throwAt(throwAtRow) {}
+    int throwAt, begins = 0, rows = 0, ends = 0;
+    void OnBeginPlot(const host::PlotInfo&) override { ++begins; }
+    void OnData(const host::DataRow&) override {
+        if (++rows == throwAt)
+            throw std::runtime_error("disk full");
+    }
+    void OnEndPlot() override { ++ends; }
+    bool OnStopPoll() override { return false; }
+};
+
+TEST(NgSpiceSession, ListenerScopesNestAndAThrowingListenerFailsOnlyItsCommand) {
+    NgSpiceSession& s = NgSpiceSession::Get();
+    ASSERT_TRUE(s.LoadCircuit(kRc).ok);
+    Recorder outer;
+    {
+        const NgSpiceSession::ListenerScope listening(s, &outer);
+        {
+            const NgSpiceSession::ListenerScope quiet(s, nullptr);
+            ASSERT_TRUE(s.Command("ac dec 1 1 100").ok);
         }
-    EXPECT_TRUE(found);
+        EXPECT_EQ(outer.rows, 0);
+        ASSERT_TRUE(s.Command("ac dec 1 1 100").ok);
+        EXPECT_EQ(outer.begins + outer.rows + outer.ends, 1 + 3 + 1);
+
+        Recorder thrower(2);
+        {
+            const NgSpiceSession::ListenerScope failing(s, &thrower);
+            const CommandResult r = s.Command("ac dec 10 1 100");
+            EXPECT_FALSE(r.ok);
+            EXPECT_EQ(r.error, "Handling the simulator's output failed: disk full");
+            EXPECT_EQ(r.plots.size(), 1u); // ngspice itself finished the analysis
+        }
+        EXPECT_EQ(thrower.rows, 2); // nothing more after the throw, not even the end
+        EXPECT_EQ(thrower.ends, 0);
+        const CommandResult again = s.Command("ac dec 1 1 100");
+        EXPECT_TRUE(again.ok) << again.error;
+        EXPECT_EQ(outer.rows, 6);
+    }
+    ASSERT_TRUE(s.Command("op").ok);
+    EXPECT_EQ(outer.rows, 6);
 }
 
 } // namespace
