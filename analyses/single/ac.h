@@ -1,7 +1,7 @@
 // AC analysis: the frequency-sweep settings class and the small-signal analysis built on it.
 #pragma once
 
-#include "analyses/core/analysis.h"
+#include "analyses/core/analysis_identity.h"
 
 #include <cstdint>
 
@@ -25,7 +25,7 @@ public:
     virtual int GetOutputVariableClass() const { return OVC_CKTnames; }
     virtual ~AcAnalysis() = default;
 
-    static CString s_GetAnalysisNickname() { return "AC"; }
+    static CString s_GetAnalysisNickname() { return AnalysisNickname(Analyses::AnalysisType::Ac); }
 
     Variation GetVariation() const { return variation_; }
     /// Also sets the horizontal (frequency) axis scale to match the sweep.
@@ -65,13 +65,9 @@ public:
     /// Copies the main analysis's sweep into this object; 0 when there is none.
     int LoadFromMainAnalysis();
 
-protected:
-    /// Offers an item to the axis-scale and axis-range readers; false when the
-    /// label is no axis key word. Values of the wrong type are skipped.
-    bool readAxisItem(const CPropertyItem& item);
-    void writeAxisItems(CPropertyList& list) const;
-
 private:
+    static std::span<const PropertyKeys::Key<AcAnalysis>> Keys();
+
     Variation variation_ = Decade;
     double npointsPerVariation_ = 10.0;
     double fstart_ = 1.0;
@@ -82,24 +78,21 @@ private:
 };
 
 /// Small-signal AC analysis; also the base of distortion, noise and noise figure.
-class Analyses::Ac : public Analyses::Analysis {
+class Analyses::Ac : public AnalysisIdentity<Analyses::Ac, Analyses::AnalysisType::Ac> {
 public:
-    Ac();
-    explicit Ac(const Analyses* main);
-    Ac(const Ac& other);
+    /// The default constructor resets like the others, so that every Ac starts
+    /// with the machine's default maximum of plot points, not with 0.
+    explicit Ac(const Analyses* main = nullptr);
+    Ac(const Ac&) = default;
     Ac& operator=(const Ac&) = default;
-    ~Ac() override;
 
-    static CString s_GetAnalysisNickname() { return AcAnalysis::s_GetAnalysisNickname(); }
     /// Number of Ac objects (derived ones included) alive right now.
-    static int s_GetLiveCount() { return s_liveCount; }
+    static int s_GetLiveCount() { return LiveCount::count; }
 
+    // Kind and node classes come from the settings, which may answer for another kind.
     CString GetAnalysisNickname() const override { return ac_.GetAnalysisNickname(); }
     AnalysisType GetType() const override { return ac_.GetType(); }
     void reset() override;
-    Analysis* NewInstance() const override { return new Ac(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Ac(*this); }
-    Analysis* Clone(Instance*&) const override { return new Ac(*this); }
     int GetNodeType() const override { return ac_.GetNodeType(); }
     int GetOutputVariableClass() const override { return ac_.GetOutputVariableClass(); }
 
@@ -137,6 +130,29 @@ public:
     }
 
 private:
-    static inline int s_liveCount = 0;
+    /// Counts itself in every construction, copies included, and out in its destructor.
+    struct LiveCount {
+        LiveCount() { ++count; }
+        LiveCount(const LiveCount&) { ++count; }
+        LiveCount& operator=(const LiveCount&) = default;
+        ~LiveCount() { --count; }
+        static inline int count = 0;
+    };
+
     AcAnalysis ac_;
+    [[no_unique_address]] LiveCount live_;
 };
+
+/// The "FREQ_OPT" key of the analyses built on Ac: their sweep as a nested
+/// list. A value that is no list is skipped; a sweep that fails to read fails
+/// the record.
+template <class T> constexpr PropertyKeys::Key<T> FrequencySweepKey() {
+    return {"FREQ_OPT",
+            [](const T& a, const char* label, CPropertyList& list) {
+                list.AddItem(CPropertyItem(label, a.GetAcAnalysis().toPropertyList()));
+            },
+            [](T& a, const CPropertyItem& item) {
+                return item.GetTypeOfValue() != CPropertyItem::List ||
+                       a.GetAcAnalysis().fromPropertyList(item.GetPropertyList()) != 0;
+            }};
+}

@@ -5,20 +5,14 @@
 
 #include <cstdint>
 
-class Analyses::Disto : public Analyses::Ac {
+class Analyses::Disto
+    : public AnalysisIdentity<Analyses::Disto, Analyses::AnalysisType::Disto, Analyses::Ac> {
 public:
-    explicit Disto(const Analyses* main = nullptr);
+    explicit Disto(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }
     Disto(const Disto&) = default;
     Disto& operator=(const Disto&) = default;
 
-    static CString s_GetAnalysisNickname() { return "DISTO"; }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::Disto; }
     void reset() override;
-    Analysis* NewInstance() const override { return new Disto(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Disto(*this); }
-    Analysis* Clone(Instance*&) const override { return new Disto(*this); }
     int GetNodeType() const override { return AT_DISTO; }
     int GetOutputVariableClass() const override { return OVC_CKTnames; }
 
@@ -30,11 +24,17 @@ public:
 
 protected:
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override;
-    int fromPropertyListHelper(const CPropertyList& list) override;
+    CPropertyList toPropertyListHelper() const override {
+        return PropertyKeys::Write(*this, Keys());
+    }
+    int fromPropertyListHelper(const CPropertyList& list) override {
+        return PropertyKeys::Read(*this, list, Keys());
+    }
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:
+    static std::span<const PropertyKeys::Key<Disto>> Keys();
+
     double f2OverF1_ = 0.1;
     int32_t useF2OverF1_ = 0;
 };

@@ -1,11 +1,11 @@
 // Pole-zero analysis: poles and/or zeros of a transfer function between two ports.
 #pragma once
 
-#include "analyses/core/analysis.h"
+#include "analyses/core/analysis_identity.h"
 
 #include <cstdint>
 
-class Analyses::Pz : public Analyses::Analysis {
+class Analyses::Pz : public AnalysisIdentity<Analyses::Pz, Analyses::AnalysisType::Pz> {
 public:
     /// Kind of transfer function; values outside 0..3 act as Gain.
     enum PZanType : int32_t { Gain = 0, Impedance = 1, InputImpedance = 2, OutputImpedance = 3 };
@@ -16,14 +16,7 @@ public:
     Pz(const Pz&) = default;
     Pz& operator=(const Pz&) = default;
 
-    static CString s_GetAnalysisNickname() { return "PZ"; }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::Pz; }
     void reset() override;
-    Analysis* NewInstance() const override { return new Pz(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Pz(*this); }
-    Analysis* Clone(Instance*&) const override { return new Pz(*this); }
     int GetNodeType() const override { return AT_PZ; }
     /// Poles and zeros are the result itself: no output variable has to be chosen.
     int GetOutputVariableClass() const override { return OVC_ALL; }
@@ -54,11 +47,17 @@ public:
 
 protected:
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override;
-    int fromPropertyListHelper(const CPropertyList& list) override;
+    CPropertyList toPropertyListHelper() const override {
+        return PropertyKeys::Write(*this, Keys());
+    }
+    int fromPropertyListHelper(const CPropertyList& list) override {
+        return PropertyKeys::Read(*this, list, Keys());
+    }
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:
+    static std::span<const PropertyKeys::Key<Pz>> Keys();
+
     NodeFilter filterInputPlus_ = NF_NONE;
     NodeFilter filterInputMinus_ = NF_NONE;
     NodeFilter filterOutputPlus_ = NF_NONE;

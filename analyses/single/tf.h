@@ -1,24 +1,17 @@
 // Transfer function analysis: small-signal DC gain from a source to an output.
 #pragma once
 
-#include "analyses/core/analysis.h"
+#include "analyses/core/analysis_identity.h"
 
 #include <cstdint>
 
-class Analyses::Tf : public Analyses::Analysis {
+class Analyses::Tf : public AnalysisIdentity<Analyses::Tf, Analyses::AnalysisType::Tf> {
 public:
     explicit Tf(const Analyses* main = nullptr);
     Tf(const Tf&) = default;
     Tf& operator=(const Tf&) = default;
 
-    static CString s_GetAnalysisNickname() { return "TF"; }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::Tf; }
     void reset() override;
-    Analysis* NewInstance() const override { return new Tf(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Tf(*this); }
-    Analysis* Clone(Instance*&) const override { return new Tf(*this); }
     int GetNodeType() const override { return AT_TF; }
     int GetOutputVariableClass() const override { return OVC_ALL; }
 
@@ -47,11 +40,17 @@ public:
 
 protected:
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override;
-    int fromPropertyListHelper(const CPropertyList& list) override;
+    CPropertyList toPropertyListHelper() const override {
+        return PropertyKeys::Write(*this, Keys());
+    }
+    int fromPropertyListHelper(const CPropertyList& list) override {
+        return PropertyKeys::Read(*this, list, Keys());
+    }
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:
+    static std::span<const PropertyKeys::Key<Tf>> Keys();
+
     NodeFilter filterInputSource_ = NF_NONE;
     NodeFilter filterCurrentSource_ = NF_NONE;
     NodeFilter filterOutputNode_ = NF_NONE;

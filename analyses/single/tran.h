@@ -1,7 +1,7 @@
 // Transient analysis: the time-settings class and the time-domain analysis built on it.
 #pragma once
 
-#include "analyses/core/analysis.h"
+#include "analyses/core/analysis_identity.h"
 
 #include <cstdint>
 
@@ -26,7 +26,9 @@ public:
     virtual int GetOutputVariableClass() const { return OVC_DCnames; }
     virtual ~TranAnalysis() = default;
 
-    static CString s_GetAnalysisNickname() { return "TRAN"; }
+    static CString s_GetAnalysisNickname() {
+        return AnalysisNickname(Analyses::AnalysisType::Tran);
+    }
 
     int GetCalc_tstep() const { return calcTstep_; }
     double GetTstep() const { return tstep_; }
@@ -82,6 +84,7 @@ public:
     double CommandStep() const;
 
 private:
+    static std::span<const PropertyKeys::Key<TranAnalysis>> Keys();
     double Span() const { return tstop_ - tstart_; }
 
     int keepTrackOfCurrents_ = 0;
@@ -101,23 +104,20 @@ private:
 };
 
 /// Time-domain analysis.
-class Analyses::Tran : public Analyses::Analysis {
+class Analyses::Tran : public AnalysisIdentity<Analyses::Tran, Analyses::AnalysisType::Tran> {
 public:
-    Tran();
-    explicit Tran(const Analyses* main);
+    /// The default constructor resets like the others, so that every Tran
+    /// starts with the machine's default maximum of plot points, not with 0.
+    explicit Tran(const Analyses* main = nullptr);
     Tran(const Tran&) = default;
     Tran& operator=(const Tran&) = default;
 
-    static CString s_GetAnalysisNickname() { return TranAnalysis::s_GetAnalysisNickname(); }
-
+    // Kind and node classes come from the settings, which may answer for another kind.
     CString GetAnalysisNickname() const override { return tran_.GetAnalysisNickname(); }
     AnalysisType GetType() const override { return tran_.GetType(); }
     void reset() override;
     /// The common settings are reset only when the transient ones are not kept.
     void reset_for_instrument(int keep) override;
-    Analysis* NewInstance() const override { return new Tran(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Tran(*this); }
-    Analysis* Clone(Instance*&) const override { return new Tran(*this); }
     int GetNodeType() const override { return tran_.GetNodeType(); }
     int GetOutputVariableClass() const override { return tran_.GetOutputVariableClass(); }
     int KeepTrackOfCurrentsAtComponentTerminals() override {

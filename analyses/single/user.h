@@ -1,22 +1,15 @@
 // User-defined analysis: a block of simulator commands passed on unchanged.
 #pragma once
 
-#include "analyses/core/analysis.h"
+#include "analyses/core/analysis_identity.h"
 
-class Analyses::User : public Analyses::Analysis {
+class Analyses::User : public AnalysisIdentity<Analyses::User, Analyses::AnalysisType::User> {
 public:
-    explicit User(const Analyses* main = nullptr);
+    explicit User(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }
     User(const User&) = default;
     User& operator=(const User&) = default;
 
-    static CString s_GetAnalysisNickname() { return "USER"; }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::User; }
     void reset() override;
-    Analysis* NewInstance() const override { return new User(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new User(*this); }
-    Analysis* Clone(Instance*&) const override { return new User(*this); }
     int GetNodeType() const override { return AT_NONE; }
     /// The commands choose their own outputs.
     int GetOutputVariableClass() const override { return OVC_ALL; }
@@ -35,5 +28,7 @@ protected:
     int fromPropertyListHelper(const CPropertyList& list) override;
 
 private:
+    static std::span<const PropertyKeys::Key<User>> Keys();
+
     CString commands_;
 };
