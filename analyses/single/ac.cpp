@@ -187,29 +187,10 @@ _TREEITEM* AcAnalysis::freqToReadableText(CTreeCtrl& ctrl, _TREEITEM* parent) co
 }
 
 const AcAnalysis* AcAnalysis::GetMainAnalysis() const {
-    if (!main_)
-        return nullptr;
-    // Every kind that owns a sweep derives from Analyses::Ac, so the cast only
-    // fails when the collection has no analysis of this kind.
-    const auto* ac = dynamic_cast<const Analyses::Ac*>(main_->GetAnalysis(GetType()));
-    return ac ? &ac->GetAcAnalysis() : nullptr;
+    // Every kind that owns a sweep derives from Analyses::Ac.
+    return MainSettings<Analyses::Ac>(main_, GetType());
 }
 
 int AcAnalysis::LoadFromMainAnalysis() {
-    const AcAnalysis* main = GetMainAnalysis();
-    if (!main)
-        return 0;
-    // Copied through the record, not by assignment, so the collection pointer
-    // and the kind of this object stay its own.
-    fromPropertyList(main->toPropertyList());
-    return 1;
-}
-
-Analyses::Ac::Ac(const Analyses* main) : AnalysisIdentity(main), ac_(main) {
-    Ac::reset();
-}
-
-void Analyses::Ac::reset() {
-    Analysis::reset();
-    ac_.reset();
+    return LoadSettingsFromMain(*this);
 }

@@ -65,9 +65,10 @@ public:
     /// Copies the main analysis's sweep into this object; 0 when there is none.
     int LoadFromMainAnalysis();
 
-private:
+    /// The stored keys, in their written order.
     static std::span<const PropertyKeys::Key<AcAnalysis>> Keys();
 
+private:
     Variation variation_ = Decade;
     double npointsPerVariation_ = 10.0;
     double fstart_ = 1.0;
@@ -78,55 +79,35 @@ private:
 };
 
 /// Small-signal AC analysis; also the base of distortion, noise and noise figure.
-class Analyses::Ac : public AnalysisIdentity<Analyses::Ac, Analyses::AnalysisType::Ac> {
+class Analyses::Ac : public SettingsAnalysis<Analyses::Ac, Analyses::AnalysisType::Ac, AcAnalysis> {
 public:
     /// The default constructor resets like the others, so that every Ac starts
     /// with the machine's default maximum of plot points, not with 0.
-    explicit Ac(const Analyses* main = nullptr);
-    Ac(const Ac&) = default;
-    Ac& operator=(const Ac&) = default;
+    using SettingsAnalysis::SettingsAnalysis;
 
     /// Number of Ac objects (derived ones included) alive right now.
     static int s_GetLiveCount() { return LiveCount::count; }
 
-    // Kind and node classes come from the settings, which may answer for another kind.
-    CString GetAnalysisNickname() const override { return ac_.GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return ac_.GetType(); }
-    void reset() override;
-    int GetNodeType() const override { return ac_.GetNodeType(); }
-    int GetOutputVariableClass() const override { return ac_.GetOutputVariableClass(); }
+    virtual int LoadFromMainAnalysis() { return GetSettings().LoadFromMainAnalysis(); }
 
-protected:
-    CString toNutmegCommandHelper() const override { return ac_.toNutmegCommand(); }
-    CPropertyList toPropertyListHelper() const override { return ac_.toPropertyList(); }
-    int fromPropertyListHelper(const CPropertyList& list) override {
-        return ac_.fromPropertyList(list);
-    }
-    void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override {
-        ac_.toReadableText(log, parent);
-    }
+    AcAnalysis& GetAcAnalysis() { return GetSettings(); }
+    const AcAnalysis& GetAcAnalysis() const { return GetSettings(); }
 
-public:
-    virtual int LoadFromMainAnalysis() { return ac_.LoadFromMainAnalysis(); }
-
-    AcAnalysis& GetAcAnalysis() { return ac_; }
-    const AcAnalysis& GetAcAnalysis() const { return ac_; }
-
-    AcAnalysis::Variation GetVariation() const { return ac_.GetVariation(); }
-    void SetVariation(AcAnalysis::Variation v) { ac_.SetVariation(v); }
-    double GetNpoints_per_variation() const { return ac_.GetNpoints_per_variation(); }
-    void SetNpoints_per_variation(double n) { ac_.SetNpoints_per_variation(n); }
-    double GetFstart() const { return ac_.GetFstart(); }
-    void SetFstart(double f) { ac_.SetFstart(f); }
-    double GetFstop() const { return ac_.GetFstop(); }
-    void SetFstop(double f) { ac_.SetFstop(f); }
-    CString GetAxisCmd() const { return ac_.GetAxisCmd(); }
-    CString GetACArguments() const { return ac_.GetACArguments(); }
+    AcAnalysis::Variation GetVariation() const { return GetSettings().GetVariation(); }
+    void SetVariation(AcAnalysis::Variation v) { GetSettings().SetVariation(v); }
+    double GetNpoints_per_variation() const { return GetSettings().GetNpoints_per_variation(); }
+    void SetNpoints_per_variation(double n) { GetSettings().SetNpoints_per_variation(n); }
+    double GetFstart() const { return GetSettings().GetFstart(); }
+    void SetFstart(double f) { GetSettings().SetFstart(f); }
+    double GetFstop() const { return GetSettings().GetFstop(); }
+    void SetFstop(double f) { GetSettings().SetFstop(f); }
+    CString GetAxisCmd() const { return GetSettings().GetAxisCmd(); }
+    CString GetACArguments() const { return GetSettings().GetACArguments(); }
     _TREEITEM* freqToReadableText(CTreeLog& log, _TREEITEM* parent) const {
-        return ac_.freqToReadableText(log, parent);
+        return GetSettings().freqToReadableText(log, parent);
     }
     _TREEITEM* freqToReadableText(CTreeCtrl& ctrl, _TREEITEM* parent) const {
-        return ac_.freqToReadableText(ctrl, parent);
+        return GetSettings().freqToReadableText(ctrl, parent);
     }
 
 private:
@@ -138,8 +119,6 @@ private:
         ~LiveCount() { --count; }
         static inline int count = 0;
     };
-
-    AcAnalysis ac_;
     [[no_unique_address]] LiveCount live_;
 };
 

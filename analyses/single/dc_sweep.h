@@ -45,21 +45,16 @@ public:
     double GetIncrement2() const { return increment2_; }
     void SetIncrement2(double v) { increment2_ = v; }
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<DcSweep>> Keys();
+
 protected:
     /// Every piece of the script, the plot set-up's incremental flag included.
     long toNutmegCommandMask() const override { return -1; }
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override {
-        return PropertyKeys::Write(*this, Keys());
-    }
-    int fromPropertyListHelper(const CPropertyList& list) override {
-        return PropertyKeys::Read(*this, list, Keys());
-    }
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:
-    static std::span<const PropertyKeys::Key<DcSweep>> Keys();
-
     NodeFilter filterSource1_ = NF_NONE;
     CString source1_;
     double start1_ = 0.0;

@@ -22,19 +22,14 @@ public:
     int GetUseF2overF1() const { return useF2OverF1_; }
     void SetUseF2overF1(int v) { useF2OverF1_ = v; }
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<Disto>> Keys();
+
 protected:
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override {
-        return PropertyKeys::Write(*this, Keys());
-    }
-    int fromPropertyListHelper(const CPropertyList& list) override {
-        return PropertyKeys::Read(*this, list, Keys());
-    }
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:
-    static std::span<const PropertyKeys::Key<Disto>> Keys();
-
     double f2OverF1_ = 0.1;
     int32_t useF2OverF1_ = 0;
 };

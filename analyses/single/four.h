@@ -80,20 +80,16 @@ public:
     /// the fundamental (two periods ending at the stop time).
     TranAnalysis GetRunTran() const;
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<Four>> Keys();
+
 protected:
     /// No plot set-up and no raw-file write: the fourier statement plots by itself.
     long toNutmegCommandMask() const override;
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override {
-        return PropertyKeys::Write(*this, Keys());
-    }
-    int fromPropertyListHelper(const CPropertyList& list) override {
-        return PropertyKeys::Read(*this, list, Keys());
-    }
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:
-    static std::span<const PropertyKeys::Key<Four>> Keys();
     /// The saved outputs, each followed by a blank; numeric node names as "V(n)".
     CString OutputList() const;
 

@@ -39,21 +39,16 @@ public:
     int GetPointPerSummary() const { return pointsPerSummary_; }
     void SetPointPerSummary(int n) { pointsPerSummary_ = n; }
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<Noise>> Keys();
+
 protected:
     /// Every part of the script, the plot set-up flag included.
     long toNutmegCommandMask() const override { return -1; }
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override {
-        return PropertyKeys::Write(*this, Keys());
-    }
-    int fromPropertyListHelper(const CPropertyList& list) override {
-        return PropertyKeys::Read(*this, list, Keys());
-    }
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:
-    static std::span<const PropertyKeys::Key<Noise>> Keys();
-
     NodeFilter filterInputSource_ = NF_NONE;
     NodeFilter filterOutputNode_ = NF_NONE;
     NodeFilter filterReferenceNode_ = NF_NONE;

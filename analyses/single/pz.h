@@ -45,19 +45,14 @@ public:
     PZanType GetAnalysisType() const { return anType_; }
     void SetAnalysisType(PZanType t) { anType_ = t; }
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<Pz>> Keys();
+
 protected:
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override {
-        return PropertyKeys::Write(*this, Keys());
-    }
-    int fromPropertyListHelper(const CPropertyList& list) override {
-        return PropertyKeys::Read(*this, list, Keys());
-    }
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:
-    static std::span<const PropertyKeys::Key<Pz>> Keys();
-
     NodeFilter filterInputPlus_ = NF_NONE;
     NodeFilter filterInputMinus_ = NF_NONE;
     NodeFilter filterOutputPlus_ = NF_NONE;

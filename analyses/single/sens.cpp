@@ -121,12 +121,3 @@ void SensAnalysis::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
                GetResourceString(useAbsoluteScaling_ ? IDS_SENS_ABSOLUTE : IDS_SENS_RELATIVE));
     target_.proxy.toReadableText(log, parent, Analyses::Analysis::TT_SETTINGS, nullptr);
 }
-
-Analyses::Sens::Sens(const Analyses* main) : AnalysisIdentity(main), settings_(main) {
-    reset();
-}
-
-void Analyses::Sens::reset() {
-    Analysis::reset();
-    settings_.reset();
-}

@@ -92,9 +92,10 @@ public:
     int fromPropertyList(const CPropertyList& list);
     void toReadableText(CTreeLog& log, _TREEITEM* parent) const;
 
-private:
+    /// The stored keys, in their written order.
     static std::span<const PropertyKeys::Key<SensAnalysis>> Keys();
 
+private:
     const Analyses* main_;
     Analyses::NodeFilter filterCurrentSource_ = Analyses::NF_NONE;
     Analyses::NodeFilter filterOutputNode_ = Analyses::NF_NONE;
@@ -107,54 +108,37 @@ private:
     SensTarget target_;
 };
 
-class Analyses::Sens : public AnalysisIdentity<Analyses::Sens, Analyses::AnalysisType::Sens> {
+class Analyses::Sens
+    : public SettingsAnalysis<Analyses::Sens, Analyses::AnalysisType::Sens, SensAnalysis> {
 public:
-    explicit Sens(const Analyses* main = nullptr);
-    Sens(const Sens&) = default;
-    Sens& operator=(const Sens&) = default;
+    using SettingsAnalysis::SettingsAnalysis;
 
-    void reset() override;
-    int GetNodeType() const override { return settings_.GetNodeType(); }
-    int GetOutputVariableClass() const override { return settings_.GetOutputVariableClass(); }
-
-    const CString& GetCurrentSource() const { return settings_.GetCurrentSource(); }
-    const CString& GetOutputNode() const { return settings_.GetOutputNode(); }
-    const CString& GetOutputRefNode() const { return settings_.GetOutputRefNode(); }
-    void SetCurrentSource(CString s) { settings_.SetCurrentSource(std::move(s)); }
-    void SetOutputNode(CString s) { settings_.SetOutputNode(std::move(s)); }
-    void SetOutputRefNode(CString s) { settings_.SetOutputRefNode(std::move(s)); }
-    int GetUseAbsoluteScaling() const { return settings_.GetUseAbsoluteScaling(); }
-    void SetUseAbsoluteScaling(int v) { settings_.SetUseAbsoluteScaling(v); }
-    int GetUseCurrentSource() const { return settings_.GetUseCurrentSource(); }
-    void SetUseCurrentSource(int v) { settings_.SetUseCurrentSource(v); }
-    NodeFilter GetNodeFilterCurrentSource() const { return settings_.GetNodeFilterCurrentSource(); }
-    NodeFilter GetNodeFilterOutputNode() const { return settings_.GetNodeFilterOutputNode(); }
-    NodeFilter GetNodeFilterOutputRefNode() const { return settings_.GetNodeFilterOutputRefNode(); }
-    void SetNodeFilterCurrentSource(NodeFilter f) { settings_.SetNodeFilterCurrentSource(f); }
-    void SetNodeFilterOutputNode(NodeFilter f) { settings_.SetNodeFilterOutputNode(f); }
-    void SetNodeFilterOutputRefNode(NodeFilter f) { settings_.SetNodeFilterOutputRefNode(f); }
-    Ac& GetAc() { return settings_.GetAc(); }
-    const Ac& GetAc() const { return settings_.GetAc(); }
-    Op& GetOp() { return settings_.GetOp(); }
-    const Op& GetOp() const { return settings_.GetOp(); }
-    AnalysisType GetSensType() const { return settings_.GetSensType(); }
-    void SetSensType(AnalysisType t) { settings_.SetSensType(t); }
-    AnalysisProxy& GetSensAnalysis() { return settings_.GetSensAnalysis(); }
-    const AnalysisProxy& GetSensAnalysis() const { return settings_.GetSensAnalysis(); }
-
-    SensAnalysis& GetSettings() { return settings_; }
-    const SensAnalysis& GetSettings() const { return settings_; }
-
-protected:
-    CString toNutmegCommandHelper() const override { return settings_.toNutmegCommand(); }
-    CPropertyList toPropertyListHelper() const override { return settings_.toPropertyList(); }
-    int fromPropertyListHelper(const CPropertyList& list) override {
-        return settings_.fromPropertyList(list);
+    const CString& GetCurrentSource() const { return GetSettings().GetCurrentSource(); }
+    const CString& GetOutputNode() const { return GetSettings().GetOutputNode(); }
+    const CString& GetOutputRefNode() const { return GetSettings().GetOutputRefNode(); }
+    void SetCurrentSource(CString s) { GetSettings().SetCurrentSource(std::move(s)); }
+    void SetOutputNode(CString s) { GetSettings().SetOutputNode(std::move(s)); }
+    void SetOutputRefNode(CString s) { GetSettings().SetOutputRefNode(std::move(s)); }
+    int GetUseAbsoluteScaling() const { return GetSettings().GetUseAbsoluteScaling(); }
+    void SetUseAbsoluteScaling(int v) { GetSettings().SetUseAbsoluteScaling(v); }
+    int GetUseCurrentSource() const { return GetSettings().GetUseCurrentSource(); }
+    void SetUseCurrentSource(int v) { GetSettings().SetUseCurrentSource(v); }
+    NodeFilter GetNodeFilterCurrentSource() const {
+        return GetSettings().GetNodeFilterCurrentSource();
     }
-    void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override {
-        settings_.toReadableText(log, parent);
+    NodeFilter GetNodeFilterOutputNode() const { return GetSettings().GetNodeFilterOutputNode(); }
+    NodeFilter GetNodeFilterOutputRefNode() const {
+        return GetSettings().GetNodeFilterOutputRefNode();
     }
-
-private:
-    SensAnalysis settings_;
+    void SetNodeFilterCurrentSource(NodeFilter f) { GetSettings().SetNodeFilterCurrentSource(f); }
+    void SetNodeFilterOutputNode(NodeFilter f) { GetSettings().SetNodeFilterOutputNode(f); }
+    void SetNodeFilterOutputRefNode(NodeFilter f) { GetSettings().SetNodeFilterOutputRefNode(f); }
+    Ac& GetAc() { return GetSettings().GetAc(); }
+    const Ac& GetAc() const { return GetSettings().GetAc(); }
+    Op& GetOp() { return GetSettings().GetOp(); }
+    const Op& GetOp() const { return GetSettings().GetOp(); }
+    AnalysisType GetSensType() const { return GetSettings().GetSensType(); }
+    void SetSensType(AnalysisType t) { GetSettings().SetSensType(t); }
+    AnalysisProxy& GetSensAnalysis() { return GetSettings().GetSensAnalysis(); }
+    const AnalysisProxy& GetSensAnalysis() const { return GetSettings().GetSensAnalysis(); }
 };

@@ -38,19 +38,14 @@ public:
     int GetUseCurrentSource() const { return useCurrentSource_; }
     void SetUseCurrentSource(int v) { useCurrentSource_ = v; }
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<Tf>> Keys();
+
 protected:
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override {
-        return PropertyKeys::Write(*this, Keys());
-    }
-    int fromPropertyListHelper(const CPropertyList& list) override {
-        return PropertyKeys::Read(*this, list, Keys());
-    }
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:
-    static std::span<const PropertyKeys::Key<Tf>> Keys();
-
     NodeFilter filterInputSource_ = NF_NONE;
     NodeFilter filterCurrentSource_ = NF_NONE;
     NodeFilter filterOutputNode_ = NF_NONE;

@@ -322,38 +322,22 @@ void TranAnalysis::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
 }
 
 const TranAnalysis* TranAnalysis::GetMainAnalysis() const {
-    if (!main_)
-        return nullptr;
-    const auto* tran = dynamic_cast<const Analyses::Tran*>(main_->GetAnalysis(GetType()));
-    return tran ? &tran->GetTranAnalysis() : nullptr;
+    return MainSettings<Analyses::Tran>(main_, GetType());
 }
 
 int TranAnalysis::LoadFromMainAnalysis() {
-    const TranAnalysis* main = GetMainAnalysis();
-    if (!main)
-        return 0;
-    fromPropertyList(main->toPropertyList());
-    return 1;
-}
-
-Analyses::Tran::Tran(const Analyses* main) : AnalysisIdentity(main), tran_(main) {
-    Tran::reset();
-}
-
-void Analyses::Tran::reset() {
-    Analysis::reset();
-    tran_.reset();
+    return LoadSettingsFromMain(*this);
 }
 
 void Analyses::Tran::reset_for_instrument(int keep) {
     if (!keep)
         Analysis::reset();
-    tran_.reset_for_instrument(keep);
+    GetSettings().reset_for_instrument(keep);
 }
 
 long Analyses::Tran::checkError() {
     long errors = static_cast<long>(GetAcceptErrors());
-    if (tran_.GetTmax() < tran_.GetTstep())
+    if (GetTmax() < GetTstep())
         errors |= 2;
     return errors;
 }

@@ -12,11 +12,3 @@ std::span<const PropertyKeys::Key<Analyses::User>> Analyses::User::Keys() {
     };
     return keys;
 }
-
-CPropertyList Analyses::User::toPropertyListHelper() const {
-    return PropertyKeys::Write(*this, Keys());
-}
-
-int Analyses::User::fromPropertyListHelper(const CPropertyList& list) {
-    return PropertyKeys::Read(*this, list, Keys());
-}

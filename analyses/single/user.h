@@ -18,17 +18,16 @@ public:
     void SetUserCommands(const CString& commands) { commands_ = commands; }
     const CString& GetUserCommands() const { return commands_; }
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<User>> Keys();
+
 protected:
     /// Settings, command and title only: the commands pick their own outputs.
     long toReadableTextMask() const override { return TT_SETTINGS | TT_COMMAND | TT_TITLE; }
     /// Scope framing and the commands; no plot set-up, options or post-processing.
     long toNutmegCommandMask() const override { return NT_COMMAND | NT_SCOPE; }
     CString toNutmegCommandHelper() const override { return commands_; }
-    CPropertyList toPropertyListHelper() const override;
-    int fromPropertyListHelper(const CPropertyList& list) override;
 
 private:
-    static std::span<const PropertyKeys::Key<User>> Keys();
-
     CString commands_;
 };
