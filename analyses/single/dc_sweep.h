@@ -9,8 +9,6 @@ class Analyses::DcSweep
     : public AnalysisIdentity<Analyses::DcSweep, Analyses::AnalysisType::DcSweep> {
 public:
     explicit DcSweep(const Analyses* main = nullptr);
-    DcSweep(const DcSweep&) = default;
-    DcSweep& operator=(const DcSweep&) = default;
 
     void reset() override;
     /// A sweep of operating points offers the operating point's variables.

@@ -9,8 +9,6 @@ class Analyses::Disto
     : public AnalysisIdentity<Analyses::Disto, Analyses::AnalysisType::Disto, Analyses::Ac> {
 public:
     explicit Disto(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }
-    Disto(const Disto&) = default;
-    Disto& operator=(const Disto&) = default;
 
     void reset() override;
     int GetNodeType() const override { return AT_DISTO; }

@@ -10,8 +10,6 @@ public:
     enum Plot : int32_t { Chart = 0, Graph = 1, GraphAndChart = 2 };
 
     explicit Four(const Analyses* main = nullptr);
-    Four(const Four&) = default;
-    Four& operator=(const Four&) = default;
 
     void reset() override;
     int GetNodeType() const override { return AT_TRAN; }

@@ -9,8 +9,6 @@ class Analyses::Noise
     : public AnalysisIdentity<Analyses::Noise, Analyses::AnalysisType::Noise, Analyses::Ac> {
 public:
     explicit Noise(const Analyses* main = nullptr);
-    Noise(const Noise&) = default;
-    Noise& operator=(const Noise&) = default;
 
     void reset() override;
     int GetNodeType() const override { return AT_NOISE; }

@@ -6,8 +6,6 @@
 class Analyses::Op : public AnalysisIdentity<Analyses::Op, Analyses::AnalysisType::Op> {
 public:
     explicit Op(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }
-    Op(const Op&) = default;
-    Op& operator=(const Op&) = default;
 
     int GetNodeType() const override { return AT_OP; }
     int GetOutputVariableClass() const override { return OVC_DCnames; }

@@ -13,8 +13,6 @@ public:
     enum PZpart : int32_t { PolesAndZeros = 0, Poles = 1, Zeros = 2 };
 
     explicit Pz(const Analyses* main = nullptr);
-    Pz(const Pz&) = default;
-    Pz& operator=(const Pz&) = default;
 
     void reset() override;
     int GetNodeType() const override { return AT_PZ; }

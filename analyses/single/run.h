@@ -6,8 +6,6 @@
 class Analyses::Run : public AnalysisIdentity<Analyses::Run, Analyses::AnalysisType::Run> {
 public:
     explicit Run(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }
-    Run(const Run&) = default;
-    Run& operator=(const Run&) = default;
 
     long GetAnalysisProperty() const override { return 2; }
     int GetNodeType() const override { return AT_NONE; }

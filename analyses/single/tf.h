@@ -8,8 +8,6 @@
 class Analyses::Tf : public AnalysisIdentity<Analyses::Tf, Analyses::AnalysisType::Tf> {
 public:
     explicit Tf(const Analyses* main = nullptr);
-    Tf(const Tf&) = default;
-    Tf& operator=(const Tf&) = default;
 
     void reset() override;
     int GetNodeType() const override { return AT_TF; }

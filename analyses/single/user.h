@@ -6,8 +6,6 @@
 class Analyses::User : public AnalysisIdentity<Analyses::User, Analyses::AnalysisType::User> {
 public:
     explicit User(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }
-    User(const User&) = default;
-    User& operator=(const User&) = default;
 
     void reset() override;
     int GetNodeType() const override { return AT_NONE; }
