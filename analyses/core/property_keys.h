@@ -72,6 +72,21 @@ constexpr Key<typename MemberOf<Member>::Class> Field(const char* label) {
             }};
 }
 
+/// A key holding a settings member that writes and reads itself as a nested
+/// list (toPropertyList, fromPropertyList). A value that is no list is
+/// skipped; a nested list that does not read fails the record.
+template <auto Member> constexpr Key<typename MemberOf<Member>::Class> Nested(const char* label) {
+    using C = typename MemberOf<Member>::Class;
+    return {label,
+            [](const C& obj, const char* name, CPropertyList& list) {
+                list.AddItem(CPropertyItem(name, (obj.*Member).toPropertyList()));
+            },
+            [](C& obj, const CPropertyItem& item) {
+                return item.GetTypeOfValue() != CPropertyItem::List ||
+                       (obj.*Member).fromPropertyList(item.GetPropertyList()) != 0;
+            }};
+}
+
 /// The items of every key, in table order.
 template <class T> CPropertyList Write(const T& obj, std::span<const Key<T>> keys) {
     CPropertyList list;

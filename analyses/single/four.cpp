@@ -172,15 +172,8 @@ std::span<const PropertyKeys::Key<Analyses::Four>> Analyses::Four::Keys() {
         Field<&Four::numFreqs_>("NumFreqs"),
         Field<&Four::useTran_>("UseTran"),
         Field<&Four::tstop_>("TStop"),
-        {"Tran",
-         [](const Four& f, const char* label, CPropertyList& list) {
-             list.AddItem(CPropertyItem(label, f.tran_.toPropertyList()));
-         },
-         [](Four& f, const CPropertyItem& item) {
-             if (item.GetTypeOfValue() == CPropertyItem::List)
-                 f.tran_.fromPropertyList(item.GetPropertyList());
-             return true;
-         }},
+        // The transient reader never fails, so neither does this key.
+        PropertyKeys::Nested<&Four::tran_>("Tran"),
         Field<&Four::usePointsPerPeriod_>("UseNumPointsPerPeriod"),
         Field<&Four::pointsPerPeriod_>("NumPointsPerPeriod"),
         Field<&Four::useDegPoly_>("UseDegPoly"),

@@ -149,17 +149,20 @@ TEST(AnalysisKinds, TableListsEveryKindInTypeOrder) {
     EXPECT_EQ(AnalysisOptions::s_GetAnalysisNickname(), "ORVO_OPT");
 }
 
-template <class C> void ExpectClassNickname() {
-    EXPECT_EQ(C::s_GetAnalysisNickname(), C().GetAnalysisNickname());
+// Default-constructed objects are whole analyses too: same nickname, same plot limit.
+template <class C> void ExpectDefaultConstructedOne() {
+    const C plain;
+    EXPECT_EQ(C::s_GetAnalysisNickname(), plain.GetAnalysisNickname());
+    EXPECT_EQ(plain.GetMaxPoints(), Analysis::s_GetDefaultMaxPoints());
 }
-template <class... C> void ExpectClassNicknames() {
-    (ExpectClassNickname<C>(), ...);
+template <class... C> void ExpectDefaultConstructed() {
+    (ExpectDefaultConstructedOne<C>(), ...);
 }
 
 TEST(AnalysisKinds, EveryClassAnswersItsRowAndCopiesBindToThemselves) {
-    ExpectClassNicknames<Analyses::Op, Analyses::Ac, Analyses::Tran, Analyses::Four,
-                         Analyses::Noise, Analyses::Disto, Analyses::DcSweep, Analyses::Pz,
-                         Analyses::Tf, Analyses::Sens, Analyses::User, Analyses::Run>();
+    ExpectDefaultConstructed<Analyses::Op, Analyses::Ac, Analyses::Tran, Analyses::Four,
+                             Analyses::Noise, Analyses::Disto, Analyses::DcSweep, Analyses::Pz,
+                             Analyses::Tf, Analyses::Sens, Analyses::User, Analyses::Run>();
     TestAnalyses main;
     Instance* instance = nullptr;
     for (const AnalysisKind& kind : AnalysisKinds()) {
