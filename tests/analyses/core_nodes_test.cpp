@@ -53,7 +53,7 @@ TEST(AnalysisNodes, AxisCommandsPerPosition) {
     EXPECT_EQ(ScaleTypeText(-3), CString(""));
 }
 
-TEST(AnalysisNodes, RecordRoundTripsAndSingleRangeValueGivesBothEnds) {
+TEST(AnalysisNodes, RecordAndAssignmentCarryTheSettingsAndOneRangeValueGivesBothEnds) {
     Analyses::Op op;
     Nodes& nodes = op.GetAnalysisNodes();
     nodes.GetNodes().AddName("v(a)", 1, 256);
@@ -76,6 +76,11 @@ TEST(AnalysisNodes, RecordRoundTripsAndSingleRangeValueGivesBothEnds) {
     CPropertyList(text).GetNth(0, item);
     ASSERT_EQ(other.GetAnalysisNodes().fromPropertyItem(item), 1);
     EXPECT_EQ(other.GetAnalysisNodes().toPropertyItem().GetField(), text);
+    // Assigning a set takes its settings but not its binding to an analysis.
+    Analyses::Op third;
+    third.GetAnalysisNodes() = nodes;
+    EXPECT_EQ(third.GetAnalysisNodes().toPropertyItem().GetField(), text);
+    EXPECT_EQ(third.GetAnalysisNodes().GetRefAnalysis(), &third);
 
     Nodes single;
     EXPECT_EQ(single.fromPropertyItem(NodesRecord("vrange:double{5}")), 1);
