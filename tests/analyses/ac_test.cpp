@@ -50,6 +50,10 @@ TEST(AcAnalysis, FrequenciesAreWrittenAsGivenAndDriveTheFrequencyRange) {
     ac.GetAcAnalysis().SetScale(kV, ST_NONE);
     ac.GetAcAnalysis().GetAxes().GetRange(kV) = CMinMax(-40, 20);
     EXPECT_EQ(ac.GetAxisCmd(), "-param hscale log; -param vrange -40 20; -param hrange 100 10; ");
+
+    AcAnalysis read;
+    read.fromPropertyList(CPropertyList("FSTART:double{5} FSTOP:double{50}"));
+    EXPECT_EQ(read.GetAxisCmd(), "-param vscale log; -param hscale log; -param hrange 5 50; ");
 }
 
 TEST(AcAnalysis, LoadingTheVariationAlsoSetsTheVerticalScale) {

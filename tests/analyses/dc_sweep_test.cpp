@@ -40,6 +40,13 @@ TEST(DcSweepAnalysis, ScriptKeepsThePlotSetupFlag) {
     EXPECT_NE(plain.Find("save a b"), -1) << plain.c_str();
 }
 
+TEST(DcSweepAnalysis, PersistsTheSecondNameBeforeItsFilter) {
+    EXPECT_EQ(AnalysisList(Analyses::DcSweep()).GetList(),
+              "NodeFilterSource1:int{0} Source1:string{} Start1:double{0} Stop1:double{1} "
+              "Increment1:double{0.5} UseSource2:int{0} Source2:string{} NodeFilterSource2:int{0} "
+              "Start2:double{0} Stop2:double{1} Increment2:double{0.5}");
+}
+
 TEST(DcSweepAnalysis, SummaryHasOneExpandedGroupPerSweptSource) {
     EXPECT_EQ(SettingsText(*WithKeys("DC_SWEEP", "Source1:string{vv1} Source2:string{vv2}")),
               "Analysis settings\n"

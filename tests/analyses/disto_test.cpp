@@ -23,6 +23,7 @@ TEST(DistoAnalysis, RatioIsCommandedAndShownOnlyWhenInUse) {
     EXPECT_EQ(CommandOf(d), kDefaultCommand);
     // The keys say F1 over F2; an unused ratio is still stored.
     EXPECT_EQ(ChangedKeys(d), "F1OVERF2:double{0.9}");
+    EXPECT_EQ(Find(AnalysisList(d), "USE_F1OVERF2").GetField(), "USE_F1OVERF2:int{0}");
 
     d.SetF2overF1(0.25);
     const std::string without = SettingsText(d);
