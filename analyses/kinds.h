@@ -15,7 +15,7 @@ struct AnalysisKind {
     /// null); the caller owns it. Null for kinds without a class yet.
     Analyses::Analysis* (*create)(const Analyses* main);
 };
-/// The older name of a row, for callers that only read type and nickname.
+/// A row as seen by callers that only read its type and nickname.
 using AnalysisKindName = AnalysisKind;
 
 /// Every kind in type order: row i has type i.

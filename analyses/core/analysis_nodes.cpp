@@ -2,6 +2,7 @@
 #include "analyses/core/analysis_nodes.h"
 
 #include "analyses/core/analysis.h"
+#include "analyses/core/analysis_text.h"
 #include "platform/resources.h"
 
 namespace {
@@ -14,26 +15,25 @@ constexpr unsigned kAxisNames[4] = {IDS_AXIS_VERTICAL, IDS_AXIS_HORIZONTAL2, IDS
 // The node type whose analyses start with both node filters set.
 constexpr int kFilteredNodeType = 8;
 
-// Texts of one wording: heading, over the incrementally plotted nodes (switch
-// on / off), over the saved nodes.
+// Texts of the output listing in each mode: heading, over the incrementally
+// plotted nodes (switch on / off), over the saved nodes.
 struct Wording {
+    Analyses::AnalysisNodes::Mode value;
     unsigned heading, iplot, later, saved;
 };
-constexpr Wording kVariables = {IDS_VARIABLES_FROM, IDS_VARIABLES_IPLOT, IDS_VARIABLES_LATER,
-                                IDS_VARIABLES_SAVED};
-constexpr Wording kNodes = {IDS_NODES_FROM, IDS_NODES_IPLOT, IDS_NODES_LATER, IDS_NODES_SAVED};
-constexpr Wording kComponents = {IDS_COMPONENTS_FROM, IDS_COMPONENTS_IPLOT, IDS_COMPONENTS_LATER,
-                                 IDS_COMPONENTS_SAVED};
+constexpr Wording kWordings[] = {
+    {Analyses::AnalysisNodes::Variables, IDS_VARIABLES_FROM, IDS_VARIABLES_IPLOT,
+     IDS_VARIABLES_LATER, IDS_VARIABLES_SAVED},
+    {Analyses::AnalysisNodes::Components, IDS_COMPONENTS_FROM, IDS_COMPONENTS_IPLOT,
+     IDS_COMPONENTS_LATER, IDS_COMPONENTS_SAVED},
+    {Analyses::AnalysisNodes::Nodes, IDS_NODES_FROM, IDS_NODES_IPLOT, IDS_NODES_LATER,
+     IDS_NODES_SAVED},
+};
 
-const Wording& WordingOf(int mode) {
-    switch (mode) {
-    case Analyses::AnalysisNodes::Components:
-        return kComponents;
-    case Analyses::AnalysisNodes::Nodes:
-        return kNodes;
-    default:
-        return kVariables;
-    }
+// Modes outside the enumeration list variables.
+const Wording& WordingOf(Analyses::AnalysisNodes::Mode mode) {
+    const Wording* row = RowOfValue(kWordings, mode);
+    return row ? *row : kWordings[0];
 }
 
 int AxisOfWord(const char* const words[4], const CString& label) {
@@ -66,11 +66,10 @@ void AxisScalesToReadableText(CTreeLog& log, _TREEITEM* parent, const ScaleType 
                            parent);
         const CMinMax& range = axes.GetRange(p);
         if (!range.IsNull())
-            log.InsertItem(
-                CTreeLog::Normal,
-                axis + GetResourceText(IDS_AXIS_RANGE) + CString::Formatted("%lg", range.GetMin()) +
-                    GetResourceText(IDS_AXIS_RANGE_TO) + CString::Formatted("%lg", range.GetMax()),
-                parent);
+            log.InsertItem(CTreeLog::Normal,
+                           axis + GetResourceText(IDS_AXIS_RANGE) + FormatNumber(range.GetMin()) +
+                               GetResourceText(IDS_AXIS_RANGE_TO) + FormatNumber(range.GetMax()),
+                           parent);
     }
 }
 
@@ -165,8 +164,8 @@ int Analyses::AnalysisNodes::GetSelectedNotIPlot() const {
 CString Analyses::AnalysisNodes::GetSetupIPlot(int flag) const {
     CString cmd;
     if (wantCheckNodes_ && ref_.analysis)
-        cmd += CString::Formatted("checknodes %u; ",
-                                  static_cast<unsigned>(ref_.analysis->GetNodeType()));
+        cmd +=
+            "checknodes " + FormatCount(static_cast<unsigned>(ref_.analysis->GetNodeType())) + "; ";
     cmd += "save " + GetNodesString(CSpiceNodeName::Saved, flag);
     if (incrPlot_) {
         cmd += "; iplot " + GetNodesString(CSpiceNodeName::IPlot, 0) + "; ";
@@ -180,15 +179,21 @@ CString Analyses::AnalysisNodes::GetSetupPostProcessing() const {
     return showDevAtEnd_ ? CString("; show all; showmod all; ") : CString();
 }
 
+CString Analyses::AnalysisNodes::ScaleOption(int axis, ScaleType scale) {
+    if (scale == ST_NONE)
+        return CString();
+    return CString("-param ") + ScaleWord(axis) + " " + ScaleTypeText(scale) + "; ";
+}
+
+CString Analyses::AnalysisNodes::RangeOption(int axis, const CMinMax& range) {
+    if (range.IsNull())
+        return CString();
+    return CString("-param ") + RangeWord(axis) + " " + FormatNumber(range.GetMin()) + " " +
+           FormatNumber(range.GetMax()) + "; ";
+}
+
 CString Analyses::AnalysisNodes::GetAxisCmd(AxisPosition p) const {
-    CString cmd;
-    if (scales_[p] != ST_NONE)
-        cmd += CString("-param ") + kScaleWords[p] + " " + ScaleTypeText(scales_[p]) + "; ";
-    const CMinMax& range = axes_.GetRange(p);
-    if (!range.IsNull())
-        cmd += CString("-param ") + kRangeWords[p] +
-               CString::Formatted(" %lg %lg; ", range.GetMin(), range.GetMax());
-    return cmd;
+    return ScaleOption(p, scales_[p]) + RangeOption(p, axes_.GetRange(p));
 }
 
 CPropertyItem Analyses::AnalysisNodes::toPropertyItem() const {

@@ -22,6 +22,12 @@ public:
     /// Scale and range key words of each axis ("vscale"/"vrange", ...).
     static const char* ScaleWord(int axis);
     static const char* RangeWord(int axis);
+    /// The plot option setting the scale of `axis`, "-param vscale log; ";
+    /// "" when the scale is not set.
+    static CString ScaleOption(int axis, ScaleType scale);
+    /// The plot option setting the range of `axis`, "-param vrange 1 10; ";
+    /// "" for a null range.
+    static CString RangeOption(int axis, const CMinMax& range);
 
     AnalysisNodes();
 

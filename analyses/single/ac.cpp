@@ -72,19 +72,10 @@ CString AcAnalysis::GetACArguments() const {
 CString AcAnalysis::GetAxisCmd() const {
     // Only the vertical and the frequency axis belong to a sweep; the second
     // pair of axes is the plot set-up's business.
-    static constexpr int axes[] = {kVAxis, kHAxis};
-    CString cmd;
-    for (int a : axes)
-        if (scale_[a] != ST_NONE)
-            cmd += CString("-param ") + Analyses::AnalysisNodes::ScaleWord(a) + " " +
-                   ScaleTypeText(scale_[a]) + "; ";
-    for (int a : axes) {
-        const CMinMax& r = axes_.GetRange(a);
-        if (!r.IsNull())
-            cmd += CString("-param ") + Analyses::AnalysisNodes::RangeWord(a) + " " +
-                   FormatNumber(r.GetMin()) + " " + FormatNumber(r.GetMax()) + "; ";
-    }
-    return cmd;
+    using Nodes = Analyses::AnalysisNodes;
+    return Nodes::ScaleOption(kVAxis, scale_[kVAxis]) + Nodes::ScaleOption(kHAxis, scale_[kHAxis]) +
+           Nodes::RangeOption(kVAxis, axes_.GetRange(kVAxis)) +
+           Nodes::RangeOption(kHAxis, axes_.GetRange(kHAxis));
 }
 
 CString AcAnalysis::toNutmegCommand() const {

@@ -143,9 +143,7 @@ CString Analyses::Four::toNutmegCommandHelper() const {
     cmd += "set fourgridsize = " + FormatCount(static_cast<unsigned>(GetGridSize())) + "; ";
     cmd += "save all; ";
     cmd += "iplot " + outputs + "; ";
-    if (variation_ != ST_NONE)
-        cmd += CString("-param ") + AnalysisNodes::ScaleWord(AnalysisNodes::VAxis) + " " +
-               ScaleTypeText(variation_) + "; ";
+    cmd += AnalysisNodes::ScaleOption(AnalysisNodes::VAxis, variation_);
     cmd += "-param hrange 0 0 ;";
     cmd += "fourier ";
     if (displayPhase_)

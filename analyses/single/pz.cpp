@@ -11,13 +11,14 @@ using Pz = Analyses::Pz;
 
 struct TypeRow {
     Pz::PZanType value;
+    const char* word; ///< command word: a voltage or a current transfer function
     unsigned text;
 };
 constexpr TypeRow kTypes[] = {
-    {Pz::Gain, IDS_PZ_GAIN_ANALYSIS},
-    {Pz::Impedance, IDS_PZ_IMPEDANCE_ANALYSIS},
-    {Pz::InputImpedance, IDS_PZ_INPUT_IMPEDANCE},
-    {Pz::OutputImpedance, IDS_PZ_OUTPUT_IMPEDANCE},
+    {Pz::Gain, "vol ", IDS_PZ_GAIN_ANALYSIS},
+    {Pz::Impedance, "cur ", IDS_PZ_IMPEDANCE_ANALYSIS},
+    {Pz::InputImpedance, "cur ", IDS_PZ_INPUT_IMPEDANCE},
+    {Pz::OutputImpedance, "cur ", IDS_PZ_OUTPUT_IMPEDANCE},
 };
 
 struct PartRow {
@@ -59,7 +60,8 @@ void Analyses::Pz::reset() {
 }
 
 CString Analyses::Pz::toNutmegCommandHelper() const {
-    const PZanType type = TypeOf(anType_).value;
+    const TypeRow& row = TypeOf(anType_);
+    const PZanType type = row.value;
     // Impedance at one port measures that port against itself.
     const CString& first = type == OutputImpedance ? outputPlus_ : inputPlus_;
     const CString& second = type == OutputImpedance ? outputMinus_ : inputMinus_;
@@ -69,7 +71,7 @@ CString Analyses::Pz::toNutmegCommandHelper() const {
     CString cmd = CommandHead("pz");
     for (const CString* node : {&first, &second, &third, &fourth})
         cmd += ConvertNullToGround(*node) + " ";
-    cmd += type == Gain ? "vol " : "cur ";
+    cmd += row.word;
     cmd += PartOf(part_).word;
     return cmd;
 }

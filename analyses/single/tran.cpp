@@ -163,11 +163,7 @@ double TranAnalysis::CommandStep() const {
 }
 
 CString TranAnalysis::toNutmegCommand() const {
-    CString cmd;
-    const CMinMax& range = axes_.GetRange(kHAxis);
-    if (!range.IsNull())
-        cmd += "-param hrange " + FormatNumber(range.GetMin()) + " " +
-               FormatNumber(range.GetMax()) + "; ";
+    CString cmd = Analyses::AnalysisNodes::RangeOption(kHAxis, axes_.GetRange(kHAxis));
     if (instrument_)
         cmd += "save ; ";
     cmd += CommandHead("tran");
