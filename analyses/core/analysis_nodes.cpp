@@ -30,12 +30,6 @@ constexpr Wording kWordings[] = {
      IDS_NODES_SAVED},
 };
 
-// Modes outside the enumeration list variables.
-const Wording& WordingOf(Analyses::AnalysisNodes::Mode mode) {
-    const Wording* row = RowOfValue(kWordings, mode);
-    return row ? *row : kWordings[0];
-}
-
 int AxisOfWord(const char* const words[4], const CString& label) {
     for (int p = 0; p < 4; ++p)
         if (label == words[p])
@@ -265,7 +259,7 @@ int Analyses::AnalysisNodes::fromPropertyItem(const CPropertyItem& item) {
 void Analyses::AnalysisNodes::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
     if (wantCheckNodes_)
         log.InsertItem(CTreeLog::Normal, GetResourceText(IDS_NODES_CHECK), parent);
-    const Wording& w = WordingOf(mode_);
+    const Wording& w = RowOrFirst(kWordings, mode_);
     _TREEITEM* heading = log.InsertItem(CTreeLog::Bold, GetResourceText(w.heading), parent);
     if (showDevAtEnd_)
         log.InsertItem(CTreeLog::Normal, GetResourceText(IDS_NODES_SHOW_AT_END), heading);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/cstring.h"
+#include "platform/property.h"
 #include "platform/treelog.h"
 
 #include <cstddef>
@@ -29,6 +30,14 @@ CString VoltageVector(const CString& node, const CString& ref, bool dropGroundRe
 CString OutputVector(int useCurrentSource, const CString& source, const CString& node,
                      const CString& ref);
 
+/// One row of an enumeration's word table: the value, its word in commands or
+/// records, and the resource id of its readable text (0 when it has none).
+template <class E> struct EnumWord {
+    E value;
+    const char* word;
+    unsigned text;
+};
+
 /// The row of `rows` (a word table of an enumeration: rows with `value` and
 /// `word`) for `value`, or null.
 template <class Row, size_t N> const Row* RowOfValue(const Row (&rows)[N], decltype(Row::value) v) {
@@ -38,12 +47,27 @@ template <class Row, size_t N> const Row* RowOfValue(const Row (&rows)[N], declt
     return nullptr;
 }
 
+/// The row for `value`, or the first row for a value the table lacks (stored
+/// values outside an enumeration act as its first value).
+template <class Row, size_t N> const Row& RowOrFirst(const Row (&rows)[N], decltype(Row::value) v) {
+    const Row* row = RowOfValue(rows, v);
+    return row ? *row : rows[0];
+}
+
 /// The row whose word is `word` (exact), or null.
 template <class Row, size_t N> const Row* RowOfWord(const Row (&rows)[N], const CString& word) {
     for (const Row& row : rows)
         if (row.word && word == row.word)
             return &row;
     return nullptr;
+}
+
+/// The row whose word a stored string item holds; null for another value type
+/// or an unknown word.
+template <class Row, size_t N>
+const Row* RowOfStoredWord(const Row (&rows)[N], const CPropertyItem& item) {
+    return item.GetTypeOfValue() == CPropertyItem::String ? RowOfWord(rows, item.GetString())
+                                                          : nullptr;
 }
 
 /// The word of `value`, or "" when the table has none for it.

@@ -123,10 +123,7 @@ std::span<const PropertyKeys::Key<AcAnalysis>> AcAnalysis::Keys() {
          // Loading also makes the vertical scale follow the sweep, which
          // SetVariation alone does not do; stored circuits rely on it.
          [](AcAnalysis& ac, const CPropertyItem& item) {
-             const VariationRow* row = item.GetTypeOfValue() == CPropertyItem::String
-                                           ? RowOfWord(kVariations, item.GetString())
-                                           : nullptr;
-             if (row) {
+             if (const VariationRow* row = RowOfStoredWord(kVariations, item)) {
                  ac.SetVariation(row->value);
                  ac.scale_[kVAxis] = row->scale;
              }
@@ -156,8 +153,7 @@ int AcAnalysis::fromPropertyList(const CPropertyList& list) {
 }
 
 void AcAnalysis::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
-    const VariationRow* found = RowOfValue(kVariations, variation_);
-    const VariationRow& row = found ? *found : kVariations[0];
+    const VariationRow& row = RowOrFirst(kVariations, variation_);
     InsertLine(log, parent, IDS_AC_SWEEP_TYPE, GetResourceText(row.name));
     InsertLine(log, parent, row.pointsName, ": " + FormatNumber(npointsPerVariation_));
     InsertLine(log, parent, IDS_AC_FSTART, FormatNumber(fstart_));

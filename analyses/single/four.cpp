@@ -10,11 +10,9 @@
 
 namespace {
 
-struct PlotRow {
-    Analyses::Four::Plot value;
-    const char* word; ///< flags of the fourier statement
-    unsigned text;
-};
+using PlotRow = EnumWord<Analyses::Four::Plot>;
+
+// Words: the flags of the fourier statement.
 constexpr PlotRow kPlots[] = {
     {Analyses::Four::Chart, "", IDS_FOUR_PLOT_CHART},
     {Analyses::Four::Graph, "/plot /nochart ", IDS_FOUR_PLOT_GRAPH},

@@ -9,11 +9,10 @@ namespace {
 
 using Pz = Analyses::Pz;
 
-struct TypeRow {
-    Pz::PZanType value;
-    const char* word; ///< command word: a voltage or a current transfer function
-    unsigned text;
-};
+using TypeRow = EnumWord<Pz::PZanType>;
+using PartRow = EnumWord<Pz::PZpart>;
+
+// Command words: a voltage or a current transfer function.
 constexpr TypeRow kTypes[] = {
     {Pz::Gain, "vol ", IDS_PZ_GAIN_ANALYSIS},
     {Pz::Impedance, "cur ", IDS_PZ_IMPEDANCE_ANALYSIS},
@@ -21,26 +20,11 @@ constexpr TypeRow kTypes[] = {
     {Pz::OutputImpedance, "cur ", IDS_PZ_OUTPUT_IMPEDANCE},
 };
 
-struct PartRow {
-    Pz::PZpart value;
-    const char* word; ///< command word
-    unsigned text;
-};
 constexpr PartRow kParts[] = {
     {Pz::PolesAndZeros, "pz ", IDS_PZ_POLE_AND_ZERO},
     {Pz::Poles, "pol ", IDS_PZ_POLE},
     {Pz::Zeros, "zer ", IDS_PZ_ZERO},
 };
-
-// Stored values outside the enumerations act as the first row.
-const TypeRow& TypeOf(Pz::PZanType t) {
-    const TypeRow* row = RowOfValue(kTypes, t);
-    return row ? *row : kTypes[0];
-}
-const PartRow& PartOf(Pz::PZpart p) {
-    const PartRow* row = RowOfValue(kParts, p);
-    return row ? *row : kParts[0];
-}
 
 } // namespace
 
@@ -60,7 +44,7 @@ void Analyses::Pz::reset() {
 }
 
 CString Analyses::Pz::toNutmegCommandHelper() const {
-    const TypeRow& row = TypeOf(anType_);
+    const TypeRow& row = RowOrFirst(kTypes, anType_);
     const PZanType type = row.value;
     // Impedance at one port measures that port against itself.
     const CString& first = type == OutputImpedance ? outputPlus_ : inputPlus_;
@@ -72,7 +56,7 @@ CString Analyses::Pz::toNutmegCommandHelper() const {
     for (const CString* node : {&first, &second, &third, &fourth})
         cmd += ConvertNullToGround(*node) + " ";
     cmd += row.word;
-    cmd += PartOf(part_).word;
+    cmd += RowOrFirst(kParts, part_).word;
     return cmd;
 }
 
@@ -94,9 +78,10 @@ std::span<const PropertyKeys::Key<Analyses::Pz>> Analyses::Pz::Keys() {
 }
 
 void Analyses::Pz::toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const {
-    const TypeRow& type = TypeOf(anType_);
+    const TypeRow& type = RowOrFirst(kTypes, anType_);
     InsertLine(log, parent, IDS_PZ_ANALYSIS_TYPE, GetResourceText(type.text));
-    InsertLine(log, parent, IDS_PZ_ANALYSES_PERFORMED, GetResourceText(PartOf(part_).text));
+    InsertLine(log, parent, IDS_PZ_ANALYSES_PERFORMED,
+               GetResourceText(RowOrFirst(kParts, part_).text));
     if (type.value != OutputImpedance) {
         InsertNameLine(log, parent, IDS_PZ_INPUT_PLUS, inputPlus_);
         InsertNameLine(log, parent, IDS_PZ_INPUT_MINUS, inputMinus_);

@@ -24,11 +24,10 @@ int32_t TruncatedCount(double r) {
     return static_cast<int32_t>(r);
 }
 
-struct IcRow {
-    TranAnalysis::IC value;
-    const char* word; ///< stored word, and the command word except for dcop
-    unsigned text;
-};
+using IcRow = EnumWord<TranAnalysis::IC>;
+using TMaxRow = EnumWord<TranAnalysis::TMaxMode>;
+
+// Stored words, and the command words except for dcop.
 constexpr IcRow kIcs[] = {
     {TranAnalysis::DcOp, "dcop", IDS_TRAN_IC_DCOP},
     {TranAnalysis::ZeroIc, "zero_ic", IDS_TRAN_IC_ZERO},
@@ -37,13 +36,9 @@ constexpr IcRow kIcs[] = {
 };
 
 // The modes stored as words; the others store a number.
-struct TMaxRow {
-    TranAnalysis::TMaxMode value;
-    const char* word;
-};
 constexpr TMaxRow kTMaxWords[] = {
-    {TranAnalysis::NotUsed, "not_used"},
-    {TranAnalysis::Calculate, "calculate"},
+    {TranAnalysis::NotUsed, "not_used", 0},
+    {TranAnalysis::Calculate, "calculate", 0},
 };
 
 constexpr const char* kCalculate = "calculate";
@@ -255,10 +250,7 @@ std::span<const PropertyKeys::Key<TranAnalysis>> TranAnalysis::Keys() {
              list.AddItem(CPropertyItem(label, WordOf(kIcs, t.ic_)));
          },
          [](TranAnalysis& t, const CPropertyItem& item) {
-             const IcRow* row = item.GetTypeOfValue() == CPropertyItem::String
-                                    ? RowOfWord(kIcs, item.GetString())
-                                    : nullptr;
-             if (row)
+             if (const IcRow* row = RowOfStoredWord(kIcs, item))
                  t.ic_ = row->value;
              return true;
          }},
