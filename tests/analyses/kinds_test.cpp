@@ -135,8 +135,27 @@ TEST(AnalysisKinds, TableListsEveryKindInTypeOrder) {
     EXPECT_EQ(AnalysisKindNames().size(), 19u);
     EXPECT_EQ(Analyses::AnalysisNicknames().size(), 19u);
 
-    EXPECT_EQ(Analysis::s_GetDefaultReadableName(15), "(N/A) Analysis Options");
-    EXPECT_EQ(Analysis::s_GetDefaultReadableName(18), "Noise Figure Analysis");
+    const char* const names[] = {"DC operating point",
+                                 "AC Analysis",
+                                 "Transient Analysis",
+                                 "Fourier Analysis",
+                                 "Noise Analysis",
+                                 "Distortion Analysis",
+                                 "DC Sweep",
+                                 "Parameter Sweep",
+                                 "Temperature Sweep",
+                                 "Pole Zero",
+                                 "Transfer Function",
+                                 "Sensitivity",
+                                 "Worst Case",
+                                 "Monte Carlo",
+                                 "User Defined Analysis",
+                                 "(N/A) Analysis Options",
+                                 "Run Circuit Directly",
+                                 "Trace Width Analysis",
+                                 "Noise Figure Analysis"};
+    for (int type = 0; type < 19; ++type)
+        EXPECT_EQ(Analysis::s_GetDefaultReadableName(type), names[type]) << type;
     EXPECT_EQ(Analysis::s_GetDefaultReadableName(19), "---------------------------");
     EXPECT_EQ(Analysis::s_GetDefaultReadableName(-1), "---------------------------");
 
