@@ -2,6 +2,7 @@
 #include "analyses/core/analysis_nodes.h"
 
 #include "analyses/core/analysis.h"
+#include "analyses/core/analysis_text.h"
 #include "platform/resources.h"
 
 namespace {
@@ -14,27 +15,20 @@ constexpr unsigned kAxisNames[4] = {IDS_AXIS_VERTICAL, IDS_AXIS_HORIZONTAL2, IDS
 // The node type whose analyses start with both node filters set.
 constexpr int kFilteredNodeType = 8;
 
-// Texts of one wording: heading, over the incrementally plotted nodes (switch
-// on / off), over the saved nodes.
+// Texts of the output listing in each mode: heading, over the incrementally
+// plotted nodes (switch on / off), over the saved nodes.
 struct Wording {
+    Analyses::AnalysisNodes::Mode value;
     unsigned heading, iplot, later, saved;
 };
-constexpr Wording kVariables = {IDS_VARIABLES_FROM, IDS_VARIABLES_IPLOT, IDS_VARIABLES_LATER,
-                                IDS_VARIABLES_SAVED};
-constexpr Wording kNodes = {IDS_NODES_FROM, IDS_NODES_IPLOT, IDS_NODES_LATER, IDS_NODES_SAVED};
-constexpr Wording kComponents = {IDS_COMPONENTS_FROM, IDS_COMPONENTS_IPLOT, IDS_COMPONENTS_LATER,
-                                 IDS_COMPONENTS_SAVED};
-
-const Wording& WordingOf(int mode) {
-    switch (mode) {
-    case Analyses::AnalysisNodes::Components:
-        return kComponents;
-    case Analyses::AnalysisNodes::Nodes:
-        return kNodes;
-    default:
-        return kVariables;
-    }
-}
+constexpr Wording kWordings[] = {
+    {Analyses::AnalysisNodes::Variables, IDS_VARIABLES_FROM, IDS_VARIABLES_IPLOT,
+     IDS_VARIABLES_LATER, IDS_VARIABLES_SAVED},
+    {Analyses::AnalysisNodes::Components, IDS_COMPONENTS_FROM, IDS_COMPONENTS_IPLOT,
+     IDS_COMPONENTS_LATER, IDS_COMPONENTS_SAVED},
+    {Analyses::AnalysisNodes::Nodes, IDS_NODES_FROM, IDS_NODES_IPLOT, IDS_NODES_LATER,
+     IDS_NODES_SAVED},
+};
 
 int AxisOfWord(const char* const words[4], const CString& label) {
     for (int p = 0; p < 4; ++p)
@@ -66,11 +60,10 @@ void AxisScalesToReadableText(CTreeLog& log, _TREEITEM* parent, const ScaleType 
                            parent);
         const CMinMax& range = axes.GetRange(p);
         if (!range.IsNull())
-            log.InsertItem(
-                CTreeLog::Normal,
-                axis + GetResourceText(IDS_AXIS_RANGE) + CString::Formatted("%lg", range.GetMin()) +
-                    GetResourceText(IDS_AXIS_RANGE_TO) + CString::Formatted("%lg", range.GetMax()),
-                parent);
+            log.InsertItem(CTreeLog::Normal,
+                           axis + GetResourceText(IDS_AXIS_RANGE) + FormatNumber(range.GetMin()) +
+                               GetResourceText(IDS_AXIS_RANGE_TO) + FormatNumber(range.GetMax()),
+                           parent);
     }
 }
 
@@ -86,32 +79,10 @@ Analyses::AnalysisNodes::AnalysisNodes() {
     reset();
 }
 
-Analyses::AnalysisNodes::AnalysisNodes(const AnalysisNodes&) = default;
-
-// The reference analysis is the owner's business: assignment keeps this
-// set's own binding.
-Analyses::AnalysisNodes& Analyses::AnalysisNodes::operator=(const AnalysisNodes& o) {
-    if (this == &o)
-        return *this;
-    filters_[0] = o.filters_[0];
-    filters_[1] = o.filters_[1];
-    userNodes_ = o.userNodes_;
-    nodes_ = o.nodes_;
-    showDevAtEnd_ = o.showDevAtEnd_;
-    incrPlot_ = o.incrPlot_;
-    mode_ = o.mode_;
-    for (int p = 0; p < 4; ++p)
-        scales_[p] = o.scales_[p];
-    axes_ = o.axes_;
-    wantCheckNodes_ = o.wantCheckNodes_;
-    return *this;
-}
-
-Analyses::AnalysisNodes::~AnalysisNodes() = default;
-
 void Analyses::AnalysisNodes::reset() {
-    const NodeFilter f =
-        ref_ && ref_->GetNodeType() == kFilteredNodeType ? static_cast<NodeFilter>(1) : NF_NONE;
+    const NodeFilter f = ref_.analysis && ref_.analysis->GetNodeType() == kFilteredNodeType
+                             ? static_cast<NodeFilter>(1)
+                             : NF_NONE;
     filters_[Unselected] = filters_[Selected] = f;
     userNodes_.RemoveAll();
     nodes_.RemoveAll();
@@ -186,8 +157,9 @@ int Analyses::AnalysisNodes::GetSelectedNotIPlot() const {
 
 CString Analyses::AnalysisNodes::GetSetupIPlot(int flag) const {
     CString cmd;
-    if (wantCheckNodes_ && ref_)
-        cmd += CString::Formatted("checknodes %u; ", static_cast<unsigned>(ref_->GetNodeType()));
+    if (wantCheckNodes_ && ref_.analysis)
+        cmd +=
+            "checknodes " + FormatCount(static_cast<unsigned>(ref_.analysis->GetNodeType())) + "; ";
     cmd += "save " + GetNodesString(CSpiceNodeName::Saved, flag);
     if (incrPlot_) {
         cmd += "; iplot " + GetNodesString(CSpiceNodeName::IPlot, 0) + "; ";
@@ -201,15 +173,21 @@ CString Analyses::AnalysisNodes::GetSetupPostProcessing() const {
     return showDevAtEnd_ ? CString("; show all; showmod all; ") : CString();
 }
 
+CString Analyses::AnalysisNodes::ScaleOption(int axis, ScaleType scale) {
+    if (scale == ST_NONE)
+        return CString();
+    return CString("-param ") + ScaleWord(axis) + " " + ScaleTypeText(scale) + "; ";
+}
+
+CString Analyses::AnalysisNodes::RangeOption(int axis, const CMinMax& range) {
+    if (range.IsNull())
+        return CString();
+    return CString("-param ") + RangeWord(axis) + " " + FormatNumber(range.GetMin()) + " " +
+           FormatNumber(range.GetMax()) + "; ";
+}
+
 CString Analyses::AnalysisNodes::GetAxisCmd(AxisPosition p) const {
-    CString cmd;
-    if (scales_[p] != ST_NONE)
-        cmd += CString("-param ") + kScaleWords[p] + " " + ScaleTypeText(scales_[p]) + "; ";
-    const CMinMax& range = axes_.GetRange(p);
-    if (!range.IsNull())
-        cmd += CString("-param ") + kRangeWords[p] +
-               CString::Formatted(" %lg %lg; ", range.GetMin(), range.GetMax());
-    return cmd;
+    return ScaleOption(p, scales_[p]) + RangeOption(p, axes_.GetRange(p));
 }
 
 CPropertyItem Analyses::AnalysisNodes::toPropertyItem() const {
@@ -281,7 +259,7 @@ int Analyses::AnalysisNodes::fromPropertyItem(const CPropertyItem& item) {
 void Analyses::AnalysisNodes::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
     if (wantCheckNodes_)
         log.InsertItem(CTreeLog::Normal, GetResourceText(IDS_NODES_CHECK), parent);
-    const Wording& w = WordingOf(mode_);
+    const Wording& w = RowOrFirst(kWordings, mode_);
     _TREEITEM* heading = log.InsertItem(CTreeLog::Bold, GetResourceText(w.heading), parent);
     if (showDevAtEnd_)
         log.InsertItem(CTreeLog::Normal, GetResourceText(IDS_NODES_SHOW_AT_END), heading);

@@ -1,6 +1,7 @@
 // Simulator options: the default table, "; set" statements, persistence and summary.
 #include "analyses/core/analysis_options.h"
 
+#include "analyses/core/analysis_text.h"
 #include "platform/resources.h"
 
 #include <array>
@@ -180,7 +181,7 @@ CPropertyList AnalysisOptions::toPropertyList() const {
         CPropertyList pair;
         pair.AddItem(CPropertyItem("IsEnabled", static_cast<long>(enabled_[i])));
         pair.AddItem(values_[i]);
-        list.AddItem(CPropertyItem(CString::Formatted("%u", static_cast<unsigned>(i)), pair));
+        list.AddItem(CPropertyItem(FormatCount(static_cast<unsigned>(i)), pair));
     }
     return list;
 }
@@ -193,7 +194,7 @@ CPropertyList AnalysisOptions::toPropertyListForChg() const {
         CPropertyList pair;
         pair.AddItem(CPropertyItem("IsEnabled", static_cast<long>(enabled_[i])));
         pair.AddItem(values_[i]);
-        list.AddItem(CPropertyItem(CString::Formatted("%u", static_cast<unsigned>(i)), pair));
+        list.AddItem(CPropertyItem(FormatCount(static_cast<unsigned>(i)), pair));
     }
     return list;
 }

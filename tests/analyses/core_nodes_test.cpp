@@ -1,22 +1,17 @@
 // Output variables: plot set-up statements, axis commands, the "NODES" record and its wording.
 #include "analyses/core/analysis_nodes.h"
 #include "analyses/single/op.h"
+#include "tests/support/test_support.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
+using test::ReadableOf;
 using Nodes = Analyses::AnalysisNodes;
 
 CPropertyItem NodesRecord(const char* fields) {
     return CPropertyItem("NODES", CPropertyList(fields));
-}
-
-std::string Readable(const Nodes& nodes) {
-    CTreeCtrl ctrl;
-    CTreeLog log("", "", &ctrl);
-    nodes.toReadableText(log, nullptr);
-    return ctrl.ToText();
 }
 
 TEST(AnalysisNodes, PlotSetUpWithAndWithoutIncrementalPlot) {
@@ -58,7 +53,7 @@ TEST(AnalysisNodes, AxisCommandsPerPosition) {
     EXPECT_EQ(ScaleTypeText(-3), CString(""));
 }
 
-TEST(AnalysisNodes, RecordRoundTripsAndSingleRangeValueGivesBothEnds) {
+TEST(AnalysisNodes, RecordAndAssignmentCarryTheSettingsAndOneRangeValueGivesBothEnds) {
     Analyses::Op op;
     Nodes& nodes = op.GetAnalysisNodes();
     nodes.GetNodes().AddName("v(a)", 1, 256);
@@ -81,6 +76,11 @@ TEST(AnalysisNodes, RecordRoundTripsAndSingleRangeValueGivesBothEnds) {
     CPropertyList(text).GetNth(0, item);
     ASSERT_EQ(other.GetAnalysisNodes().fromPropertyItem(item), 1);
     EXPECT_EQ(other.GetAnalysisNodes().toPropertyItem().GetField(), text);
+    // Assigning a set takes its settings but not its binding to an analysis.
+    Analyses::Op third;
+    third.GetAnalysisNodes() = nodes;
+    EXPECT_EQ(third.GetAnalysisNodes().toPropertyItem().GetField(), text);
+    EXPECT_EQ(third.GetAnalysisNodes().GetRefAnalysis(), &third);
 
     Nodes single;
     EXPECT_EQ(single.fromPropertyItem(NodesRecord("vrange:double{5}")), 1);
@@ -111,35 +111,35 @@ TEST(AnalysisNodes, ReadableWordingFollowsMode) {
     Nodes nodes;
     nodes.GetNodes().AddName("a", 0, 256);
     nodes.GetNodes().AddName("b", 0, 256 | 512);
-    EXPECT_EQ(Readable(nodes), "Perform consistency check\n"
-                               "Variables from analysis\n"
-                               "  Show device values at the end of the simulation\n"
-                               "  Saved variables from analysis\n"
-                               "    a\n"
-                               "    b\n"
-                               "  Plot saved variables incrementally\n"
-                               "    b\n");
+    EXPECT_EQ(ReadableOf(nodes), "Perform consistency check\n"
+                                 "Variables from analysis\n"
+                                 "  Show device values at the end of the simulation\n"
+                                 "  Saved variables from analysis\n"
+                                 "    a\n"
+                                 "    b\n"
+                                 "  Plot saved variables incrementally\n"
+                                 "    b\n");
     nodes.SetMode(Nodes::Components);
     nodes.SetIncrPlot(0);
     nodes.SetWantCheckNodes(0);
     nodes.SetShowDevAtEnd(0);
     nodes.SetAxis(Nodes::VAxis, ST_LOG);
     nodes.GetAxes().GetRange(Nodes::HAxis) = CMinMax(1, 10);
-    EXPECT_EQ(Readable(nodes), "Components from analysis\n"
-                               "  Vertical axis scale: log\n"
-                               "  Horizontal axis range: 1 to 10\n"
-                               "  Saved components from analysis\n"
-                               "    a\n"
-                               "    b\n"
-                               "  Saved components from analysis for later processing\n"
-                               "    b\n");
+    EXPECT_EQ(ReadableOf(nodes), "Components from analysis\n"
+                                 "  Vertical axis scale: log\n"
+                                 "  Horizontal axis range: 1 to 10\n"
+                                 "  Saved components from analysis\n"
+                                 "    a\n"
+                                 "    b\n"
+                                 "  Saved components from analysis for later processing\n"
+                                 "    b\n");
     nodes.SetMode(Nodes::Nodes);
     nodes.GetNodes()[0].SetFlags(0);
-    EXPECT_EQ(Readable(nodes), "Nodes from analysis\n"
-                               "  Vertical axis scale: log\n"
-                               "  Horizontal axis range: 1 to 10\n"
-                               "  Saved nodes from analysis for later processing\n"
-                               "    b\n");
+    EXPECT_EQ(ReadableOf(nodes), "Nodes from analysis\n"
+                                 "  Vertical axis scale: log\n"
+                                 "  Horizontal axis range: 1 to 10\n"
+                                 "  Saved nodes from analysis for later processing\n"
+                                 "    b\n");
 }
 
 TEST(AnalysisNodes, SelectionQueriesAndNodeString) {

@@ -1,19 +1,19 @@
 // Fourier analysis: the derived transient run, the fourier statement, persistence, summary, checks.
 #include "analyses/single/four.h"
+#include "tests/support/test_support.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace {
 
+using namespace test;
 using Four = Analyses::Four;
 
 CString Command(const Four& four) {
-    return four.toNutmegCommand(Analyses::Analysis::NT_COMMAND);
+    return CommandOf(four);
 }
 
 /// The text between `from` and the next `to` (both excluded), or "<missing>".
@@ -28,22 +28,11 @@ std::string Between(const CString& text, const char* from, const char* to) {
 }
 
 std::vector<std::string> SummaryLines(const Four& four) {
-    CTreeCtrl ctrl;
-    CTreeLog log("", "", &ctrl);
-    four.toReadableText(
-        log, nullptr, Analyses::Analysis::TT_SETTINGS | Analyses::Analysis::TT_NO_HEADING, nullptr);
-    std::vector<std::string> lines;
-    std::istringstream in(ctrl.ToText());
-    for (std::string line; std::getline(in, line);)
-        lines.push_back(line);
-    return lines;
+    return Lines(SettingsText(four));
 }
 
 bool Contains(const std::vector<std::string>& lines, const std::string& line) {
-    for (const std::string& l : lines)
-        if (l == line)
-            return true;
-    return false;
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
 }
 
 TEST(FourAnalysis, DefaultCommandForOneNumericOutput) {
@@ -168,52 +157,6 @@ TEST(FourAnalysis, SimulationNeedsFrequencyStopTimeAndEnoughPoints) {
     four.SetUsePointsPerPeriod(1);
     EXPECT_EQ(four.ExplainWhyCannotSimulate(),
               "\"Sampling points per period\" or \"Sampling frequency\" must be greater than: 0.2");
-}
-
-TEST(FourAnalysis, NonDefaultSettingsSurviveAPropertyRoundTrip) {
-    Four four;
-    four.SetFundFreqSet(1);
-    four.SetFundFreq(60);
-    four.SetNumFreqs(15);
-    four.SetUseTran(1);
-    four.SetTStop(0.25);
-    four.GetTran().SetCalc_tstep(0);
-    four.GetTran().SetTstep(1e-4, 0, 0);
-    four.GetTran().SetIc(TranAnalysis::ZeroIc);
-    four.SetUsePointsPerPeriod(1);
-    four.SetPointsPerPeriod(64);
-    four.SetUseDegPoly(1);
-    four.SetDegPoly(2);
-    four.SetVariation(ST_DEC);
-    four.SetDisplayPhase(1);
-    four.SetLineGraph(0);
-    four.SetNormalized(1);
-    four.SetPlot(Four::Chart);
-
-    const CString written = four.toPropertyItem().GetField();
-    Four copy;
-    EXPECT_EQ(copy.fromPropertyItem(four.toPropertyItem()), 1);
-    EXPECT_EQ(copy.toPropertyItem().GetField(), written);
-    EXPECT_EQ(Command(copy), Command(four));
-    EXPECT_NE(written.Find("Tran:list{TSTEP:double{"), -1) << written.c_str();
-    EXPECT_NE(written.Find("IC:string{zero_ic}"), -1) << written.c_str();
-}
-
-TEST(FourAnalysis, ReaderSkipsWrongTypesAndGoesOnAfterUnknownKeys) {
-    CPropertyList analysis(
-        "FundFreq:int{50} NumFreqs:double{4} Plot:string{1} Tran:int{0} Variation:double{1} "
-        "Bogus:int{1} LineGraph:int{0} Tran:list{TSTOP:double{0.004}} FundFreqSet:int{1}");
-    CPropertyList outer;
-    outer.AddItem(CPropertyItem("ANALYSIS", analysis));
-    Four four;
-    EXPECT_EQ(four.fromPropertyItem(CPropertyItem("FOUR", outer)), 0);
-    EXPECT_EQ(four.GetFundFreq(), 1000.0);
-    EXPECT_EQ(four.GetNumFreqs(), 9);
-    EXPECT_EQ(four.GetPlot(), Four::GraphAndChart);
-    EXPECT_EQ(four.GetVariation(), ST_LIN);
-    EXPECT_EQ(four.GetLineGraph(), 0);
-    EXPECT_EQ(four.GetTran().GetTstop(), 0.004);
-    EXPECT_EQ(four.GetFundFreqSet(), 1);
 }
 
 TEST(FourAnalysis, SummaryListsOnlyWhatIsSwitchedOn) {
