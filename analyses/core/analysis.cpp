@@ -2,6 +2,7 @@
 #include "analyses/core/analysis.h"
 
 #include "analyses/core/analysis_proxy.h"
+#include "analyses/kinds.h"
 #include "platform/helpers.h"
 #include "platform/resources.h"
 
@@ -16,13 +17,7 @@ constexpr long kInstrumentMaxPoints = 1000;
 constexpr long kMaxDefaultPoints = 128000;
 constexpr uint32_t kErrTooFewPoints = 1;
 constexpr uint32_t kErrTstepOverTmax = 2;
-
-constexpr unsigned kDefaultNames[Analyses::AnalysisTypeCount] = {
-    IDS_NAME_OP,      IDS_NAME_AC,       IDS_NAME_TRAN,       IDS_NAME_FOUR,         IDS_NAME_NOISE,
-    IDS_NAME_DISTO,   IDS_NAME_DC_SWEEP, IDS_NAME_PSWEEP,     IDS_NAME_TSWEEP,       IDS_NAME_PZ,
-    IDS_NAME_TF,      IDS_NAME_SENS,     IDS_NAME_WORST,      IDS_NAME_MONTE,        IDS_NAME_USER,
-    IDS_NAME_OPTIONS, IDS_NAME_RUN,      IDS_NAME_TRACEWIDTH, IDS_NAME_NOISE_FIGURE,
-};
+constexpr const char* kDefaultOptionsKey = "VLT_ORVO_OPT";
 
 constexpr unsigned kSimulatorPlotNames[] = {
     IDS_SIM_DC_OPERATING_POINT,
@@ -44,17 +39,6 @@ Analyses::Analysis::Analysis() : COrvo(COrvo::Analysis) {
 }
 
 Analyses::Analysis::Analysis(const Analyses* main) : COrvo(COrvo::Analysis), main_(main) {
-    nodes_.SetRefAnalysis(this);
-}
-
-Analyses::Analysis::Analysis(const Analysis& other)
-    : COrvo(other), nodes_(other.nodes_),
-      main_(other.main_), options_{other.options_[0], other.options_[1]},
-      maxPoints_(other.maxPoints_), discardPlot_(other.discardPlot_),
-      useAnalysisOptions_(other.useAnalysisOptions_), plotTitle_(other.plotTitle_),
-      identifier_(other.identifier_), readableName_(other.readableName_), rawFile_(other.rawFile_),
-      useDefaultOptions_(other.useDefaultOptions_), acceptErrors_(other.acceptErrors_) {
-    // The copied node set still points at the source analysis.
     nodes_.SetRefAnalysis(this);
 }
 
@@ -203,80 +187,83 @@ CString Analyses::Analysis::toNutmegCommand(long mask) const {
     return cmd;
 }
 
+std::span<const PropertyKeys::Key<Analyses::Analysis>> Analyses::Analysis::Keys() {
+    using PropertyKeys::Field;
+    static constexpr PropertyKeys::Key<Analysis> keys[] = {
+        {"NODES",
+         [](const Analysis& a, const char*, CPropertyList& list) {
+             if (a.toReadableTextMask() & TT_OUTPUTS)
+                 list.AddItem(a.nodes_.toPropertyItem());
+         },
+         // A record the node set refuses counts as an unknown field.
+         [](Analysis& a, const CPropertyItem& item) {
+             return a.nodes_.fromPropertyItem(item) != 0;
+         }},
+        {"ANALYSIS",
+         [](const Analysis& a, const char* label, CPropertyList& list) {
+             list.AddItem(CPropertyItem(label, a.toPropertyListHelper()));
+         },
+         [](Analysis& a, const CPropertyItem& item) {
+             if (item.GetTypeOfValue() != CPropertyItem::List)
+                 return false;
+             const CPropertyList& own = item.GetPropertyList();
+             return own.IsEmpty() || a.fromPropertyListHelper(own) != 0;
+         }},
+        {"ANALYSIS_ID",
+         [](const Analysis& a, const char* label, CPropertyList& list) {
+             list.AddItem(CPropertyItem(label, static_cast<long>(a.identifier_)));
+         },
+         // Identifiers written by toPropertyItem() are integers and are
+         // deliberately not read back: the collection's numbering stands.
+         [](Analysis& a, const CPropertyItem& item) {
+             if (item.GetTypeOfValue() != CPropertyItem::Int)
+                 a.identifier_ = static_cast<int>(item.GetInt());
+             return true;
+         }},
+        Field<&Analysis::plotTitle_>("PLOT_TITLE"),
+        Field<&Analysis::maxPoints_>("MAX_POINTS"),
+        Field<&Analysis::discardPlot_>("DISCARD_PLOTS"),
+        Field<&Analysis::readableName_>("READABLE_NAME"),
+        Field<&Analysis::rawFile_>("RAWFILE_NAME"),
+        {"ORVO_OPT",
+         [](const Analysis& a, const char* label, CPropertyList& list) {
+             list.AddItem(CPropertyItem(label, a.options_[0].toPropertyListForChg()));
+         },
+         [](Analysis& a, const CPropertyItem& item) {
+             if (item.GetTypeOfValue() != CPropertyItem::List)
+                 return true;
+             CPropertyList stored;
+             stored.AppendItems(item.GetPropertyList());
+             return stored.IsEmpty() || a.options_[0].fromPropertyList(stored) != 0;
+         }},
+        Field<&Analysis::useAnalysisOptions_>("USE_ORVO_OPT"),
+        // Read by fromPropertyItem once the walk is over, as its absence matters.
+        {kDefaultOptionsKey,
+         [](const Analysis& a, const char* label, CPropertyList& list) {
+             list.AddItem(CPropertyItem(label, static_cast<long>(a.useDefaultOptions_ ? 1 : 0)));
+         },
+         nullptr},
+    };
+    return keys;
+}
+
 CPropertyItem Analyses::Analysis::toPropertyItem() const {
-    CPropertyList list;
-    if (toReadableTextMask() & TT_OUTPUTS)
-        list.AddItem(nodes_.toPropertyItem());
-    list.AddItem(CPropertyItem("ANALYSIS", toPropertyListHelper()));
-    list.AddItem(CPropertyItem("ANALYSIS_ID", static_cast<long>(identifier_)));
-    list.AddItem(CPropertyItem("PLOT_TITLE", plotTitle_));
-    list.AddItem(CPropertyItem("MAX_POINTS", static_cast<long>(maxPoints_)));
-    list.AddItem(CPropertyItem("DISCARD_PLOTS", static_cast<long>(discardPlot_)));
-    list.AddItem(CPropertyItem("READABLE_NAME", readableName_));
-    list.AddItem(CPropertyItem("RAWFILE_NAME", rawFile_));
-    list.AddItem(CPropertyItem("ORVO_OPT", options_[0].toPropertyListForChg()));
-    list.AddItem(CPropertyItem("USE_ORVO_OPT", static_cast<long>(useAnalysisOptions_)));
-    list.AddItem(CPropertyItem("VLT_ORVO_OPT", static_cast<long>(useDefaultOptions_ ? 1 : 0)));
-    return CPropertyItem(GetAnalysisNickname(), list);
+    return CPropertyItem(GetAnalysisNickname(), PropertyKeys::Write(*this, Keys()));
 }
 
 int Analyses::Analysis::fromPropertyItem(const CPropertyItem& item) {
     if (!(item.GetLabel() == GetAnalysisNickname()) || item.GetTypeOfValue() != CPropertyItem::List)
         return 0;
     reset();
-    int result = 1;
-    long useDefaults = -1; // absent
-    for (const CPropertyItem& field : item.GetPropertyList()) {
-        const CString& label = field.GetLabel();
-        const CPropertyItem::Type type = field.GetTypeOfValue();
-        if (label == "ANALYSIS") {
-            if (type != CPropertyItem::List)
-                result = 0;
-            else if (!field.GetPropertyList().IsEmpty() &&
-                     !fromPropertyListHelper(field.GetPropertyList()))
-                result = 0;
-        } else if (label == "RAWFILE_NAME") {
-            if (type == CPropertyItem::String)
-                rawFile_ = field.GetString();
-        } else if (label == "READABLE_NAME") {
-            if (type == CPropertyItem::String)
-                readableName_ = field.GetString();
-        } else if (label == "PLOT_TITLE") {
-            if (type == CPropertyItem::String)
-                plotTitle_ = field.GetString();
-        } else if (label == "MAX_POINTS") {
-            if (type == CPropertyItem::Int)
-                maxPoints_ = static_cast<int32_t>(field.GetInt());
-        } else if (label == "DISCARD_PLOTS") {
-            if (type == CPropertyItem::Int)
-                discardPlot_ = static_cast<int>(field.GetInt());
-        } else if (label == "ANALYSIS_ID") {
-            // Identifiers written by toPropertyItem() are integers and are
-            // deliberately not read back: the collection's numbering stands.
-            if (type != CPropertyItem::Int)
-                identifier_ = static_cast<int>(field.GetInt());
-        } else if (nodes_.fromPropertyItem(field)) {
-            // taken by the node set
-        } else if (label == "USE_ORVO_OPT") {
-            if (type == CPropertyItem::Int)
-                useAnalysisOptions_ = static_cast<int>(field.GetInt());
-        } else if (label == "VLT_ORVO_OPT") {
-            if (type == CPropertyItem::Int)
-                useDefaults = field.GetInt();
-        } else if (label == "ORVO_OPT") {
-            if (type == CPropertyItem::List) {
-                CPropertyList stored;
-                stored.AppendItems(field.GetPropertyList());
-                if (!stored.IsEmpty() && !options_[0].fromPropertyList(stored))
-                    result = 0;
-            }
-        } else {
-            result = 0;
-        }
-    }
-    // Older records lack "VLT_ORVO_OPT": they use the default set exactly when
-    // they use options at all.
-    useDefaultOptions_ = (useDefaults != -1 ? useDefaults : useAnalysisOptions_) != 0;
+    const CPropertyList& fields = item.GetPropertyList();
+    const int result = PropertyKeys::Read(*this, fields, Keys());
+    // Older records lack the default-options flag: they use the default set
+    // exactly when they use options at all.
+    long useDefaults = useAnalysisOptions_;
+    for (const CPropertyItem& field : fields)
+        if (field.GetLabel() == kDefaultOptionsKey && field.GetTypeOfValue() == CPropertyItem::Int)
+            useDefaults = field.GetInt();
+    useDefaultOptions_ = useDefaults != 0;
     return result;
 }
 
@@ -351,9 +338,8 @@ const AnalysisOptions& Analyses::Analysis::GetAnalysisOptions(int which) const {
 }
 
 CString Analyses::Analysis::s_GetDefaultReadableName(int type) {
-    if (type < 0 || type >= AnalysisTypeCount)
-        return GetResourceString(IDS_NAME_UNKNOWN);
-    return GetResourceString(kDefaultNames[type]);
+    const AnalysisKind* kind = FindAnalysisKind(static_cast<AnalysisType>(type));
+    return GetResourceString(kind ? kind->readableName : IDS_NAME_UNKNOWN);
 }
 
 void Analyses::Analysis::ConvertXspiceAnalysisName(CString& name) {

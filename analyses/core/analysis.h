@@ -5,6 +5,7 @@
 #include "analyses/core/analyses.h"
 #include "analyses/core/analysis_nodes.h"
 #include "analyses/core/analysis_options.h"
+#include "analyses/core/property_keys.h"
 
 #include <cstdint>
 
@@ -31,7 +32,9 @@ public:
 
     Analysis();
     explicit Analysis(const Analyses* main);
-    Analysis(const Analysis& other);
+    /// Copies every field; the copy's node set still names `other` until the
+    /// concrete class's copy (AnalysisIdentity) binds it to the copy.
+    Analysis(const Analysis& other) = default;
     Analysis& operator=(const Analysis& other) { return assign(other); }
 
     static Analysis* Conv(COrvo* p) {
@@ -124,6 +127,9 @@ public:
     static long s_GetDefaultMaxPoints();
 
 private:
+    /// The common keys of the stored record, in their written order.
+    static std::span<const PropertyKeys::Key<Analysis>> Keys();
+
     AnalysisNodes nodes_;
     const Analyses* main_ = nullptr;
     AnalysisOptions options_[2];

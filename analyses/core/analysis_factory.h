@@ -2,14 +2,11 @@
 #pragma once
 
 #include "analyses/core/analysis.h"
+#include "analyses/kinds.h"
 
-#include <span>
+// Defined beside the kind table (analyses/kinds.cpp), the one place that knows every class.
 
-/// Kind and nickname (label of the persisted item) of every analysis kind, in type order.
-struct AnalysisKindName {
-    Analyses::AnalysisType type;
-    const char* nickname;
-};
+/// Kind and nickname of every analysis kind, in type order.
 std::span<const AnalysisKindName> AnalysisKindNames();
 
 /// A new default analysis of `type` bound to `main` (may be null); the caller

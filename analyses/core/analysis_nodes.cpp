@@ -86,32 +86,10 @@ Analyses::AnalysisNodes::AnalysisNodes() {
     reset();
 }
 
-Analyses::AnalysisNodes::AnalysisNodes(const AnalysisNodes&) = default;
-
-// The reference analysis is the owner's business: assignment keeps this
-// set's own binding.
-Analyses::AnalysisNodes& Analyses::AnalysisNodes::operator=(const AnalysisNodes& o) {
-    if (this == &o)
-        return *this;
-    filters_[0] = o.filters_[0];
-    filters_[1] = o.filters_[1];
-    userNodes_ = o.userNodes_;
-    nodes_ = o.nodes_;
-    showDevAtEnd_ = o.showDevAtEnd_;
-    incrPlot_ = o.incrPlot_;
-    mode_ = o.mode_;
-    for (int p = 0; p < 4; ++p)
-        scales_[p] = o.scales_[p];
-    axes_ = o.axes_;
-    wantCheckNodes_ = o.wantCheckNodes_;
-    return *this;
-}
-
-Analyses::AnalysisNodes::~AnalysisNodes() = default;
-
 void Analyses::AnalysisNodes::reset() {
-    const NodeFilter f =
-        ref_ && ref_->GetNodeType() == kFilteredNodeType ? static_cast<NodeFilter>(1) : NF_NONE;
+    const NodeFilter f = ref_.analysis && ref_.analysis->GetNodeType() == kFilteredNodeType
+                             ? static_cast<NodeFilter>(1)
+                             : NF_NONE;
     filters_[Unselected] = filters_[Selected] = f;
     userNodes_.RemoveAll();
     nodes_.RemoveAll();
@@ -186,8 +164,9 @@ int Analyses::AnalysisNodes::GetSelectedNotIPlot() const {
 
 CString Analyses::AnalysisNodes::GetSetupIPlot(int flag) const {
     CString cmd;
-    if (wantCheckNodes_ && ref_)
-        cmd += CString::Formatted("checknodes %u; ", static_cast<unsigned>(ref_->GetNodeType()));
+    if (wantCheckNodes_ && ref_.analysis)
+        cmd += CString::Formatted("checknodes %u; ",
+                                  static_cast<unsigned>(ref_.analysis->GetNodeType()));
     cmd += "save " + GetNodesString(CSpiceNodeName::Saved, flag);
     if (incrPlot_) {
         cmd += "; iplot " + GetNodesString(CSpiceNodeName::IPlot, 0) + "; ";

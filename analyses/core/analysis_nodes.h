@@ -24,15 +24,12 @@ public:
     static const char* RangeWord(int axis);
 
     AnalysisNodes();
-    AnalysisNodes(const AnalysisNodes&);
-    AnalysisNodes& operator=(const AnalysisNodes&);
-    ~AnalysisNodes();
 
     void reset();
     /// Asks the engine for the candidate variables and refreshes the nodes list.
     void UpdateAnalysisNodeList();
-    void SetRefAnalysis(Analysis* a) { ref_ = a; }
-    Analysis* GetRefAnalysis() const { return ref_; }
+    void SetRefAnalysis(Analysis* a) { ref_.analysis = a; }
+    Analysis* GetRefAnalysis() const { return ref_.analysis; }
 
     NodeFilter GetNodeFilter(NodeFilterGroup g) const { return filters_[g]; }
     void SetNodeFilter(NodeFilterGroup g, NodeFilter f) { filters_[g] = f; }
@@ -81,7 +78,17 @@ public:
     void toReadableText(CTreeCtrl& ctrl, _TREEITEM* parent) const;
 
 private:
-    Analysis* ref_ = nullptr;
+    /// The analysis holding the set. A copy names the same analysis until its
+    /// holder binds it; assignment keeps the target's own binding, as the
+    /// binding is the holder's business, not part of the settings.
+    struct Binding {
+        Analysis* analysis = nullptr;
+        Binding() = default;
+        Binding(const Binding&) = default;
+        Binding& operator=(const Binding&) { return *this; }
+    };
+
+    Binding ref_;
     NodeFilter filters_[2] = {NF_NONE, NF_NONE};
     CSpiceNodeNameList userNodes_;
     CSpiceNodeNameList nodes_;

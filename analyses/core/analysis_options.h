@@ -3,6 +3,7 @@
 #pragma once
 
 #include "analyses/core/analyses.h"
+#include "analyses/kinds.h"
 
 class AnalysisOptions {
 public:
@@ -76,7 +77,9 @@ public:
 
     Analyses::AnalysisType GetType() const { return Analyses::AnalysisType::Options; }
     long GetAnalysisProperty() const { return -1; }
-    static CString s_GetAnalysisNickname() { return "ORVO_OPT"; }
+    static CString s_GetAnalysisNickname() {
+        return AnalysisNickname(Analyses::AnalysisType::Options);
+    }
     CString GetAnalysisNickname() const { return s_GetAnalysisNickname(); }
     void ShowDialog(CWnd*, COkCancelSimulate::EditMode, int*, int*) {}
 

@@ -1,31 +1,7 @@
-// Analysis handles: ownership, forwarding, typed access and creation from a stored item.
+// Analysis handles: ownership, forwarding and creation from a stored item.
 #include "analyses/core/analysis_proxy.h"
 
 #include "analyses/core/analysis_factory.h"
-#include "analyses/single/ac.h"
-#include "analyses/single/dc_sweep.h"
-#include "analyses/single/disto.h"
-#include "analyses/single/four.h"
-#include "analyses/single/noise.h"
-#include "analyses/single/op.h"
-#include "analyses/single/pz.h"
-#include "analyses/single/run.h"
-#include "analyses/single/sens.h"
-#include "analyses/single/tf.h"
-#include "analyses/single/tran.h"
-#include "analyses/single/user.h"
-
-namespace {
-
-template <typename C> C* As(Analyses::Analysis* a, Analyses::AnalysisType type) {
-    return a && a->GetType() == type ? static_cast<C*>(a) : nullptr;
-}
-
-template <typename C> const C* As(const Analyses::Analysis* a, Analyses::AnalysisType type) {
-    return a && a->GetType() == type ? static_cast<const C*>(a) : nullptr;
-}
-
-} // namespace
 
 Analyses::AnalysisProxy::AnalysisProxy() : COrvo(COrvo::Proxy) {
 }
@@ -91,79 +67,6 @@ void Analyses::AnalysisProxy::SetType(AnalysisType type, Analyses* main) {
         SetAnalysisProxy(a, 1);
 }
 
-Analyses::Op* Analyses::AnalysisProxy::GetOpPtr() {
-    return As<Op>(analysis_, AnalysisType::Op);
-}
-const Analyses::Op* Analyses::AnalysisProxy::GetOpPtr() const {
-    return As<Op>(GetAnalysisPtr(), AnalysisType::Op);
-}
-Analyses::Ac* Analyses::AnalysisProxy::GetAcPtr() {
-    return As<Ac>(analysis_, AnalysisType::Ac);
-}
-const Analyses::Ac* Analyses::AnalysisProxy::GetAcPtr() const {
-    return As<Ac>(GetAnalysisPtr(), AnalysisType::Ac);
-}
-Analyses::Tran* Analyses::AnalysisProxy::GetTranPtr() {
-    return As<Tran>(analysis_, AnalysisType::Tran);
-}
-const Analyses::Tran* Analyses::AnalysisProxy::GetTranPtr() const {
-    return As<Tran>(GetAnalysisPtr(), AnalysisType::Tran);
-}
-Analyses::Four* Analyses::AnalysisProxy::GetFourPtr() {
-    return As<Four>(analysis_, AnalysisType::Four);
-}
-const Analyses::Four* Analyses::AnalysisProxy::GetFourPtr() const {
-    return As<Four>(GetAnalysisPtr(), AnalysisType::Four);
-}
-Analyses::Noise* Analyses::AnalysisProxy::GetNoisePtr() {
-    return As<Noise>(analysis_, AnalysisType::Noise);
-}
-const Analyses::Noise* Analyses::AnalysisProxy::GetNoisePtr() const {
-    return As<Noise>(GetAnalysisPtr(), AnalysisType::Noise);
-}
-Analyses::Disto* Analyses::AnalysisProxy::GetDistoPtr() {
-    return As<Disto>(analysis_, AnalysisType::Disto);
-}
-const Analyses::Disto* Analyses::AnalysisProxy::GetDistoPtr() const {
-    return As<Disto>(GetAnalysisPtr(), AnalysisType::Disto);
-}
-Analyses::DcSweep* Analyses::AnalysisProxy::GetDcSweepPtr() {
-    return As<DcSweep>(analysis_, AnalysisType::DcSweep);
-}
-const Analyses::DcSweep* Analyses::AnalysisProxy::GetDcSweepPtr() const {
-    return As<DcSweep>(GetAnalysisPtr(), AnalysisType::DcSweep);
-}
-Analyses::Sens* Analyses::AnalysisProxy::GetSensPtr() {
-    return As<Sens>(analysis_, AnalysisType::Sens);
-}
-const Analyses::Sens* Analyses::AnalysisProxy::GetSensPtr() const {
-    return As<Sens>(GetAnalysisPtr(), AnalysisType::Sens);
-}
-Analyses::Pz* Analyses::AnalysisProxy::GetPzPtr() {
-    return As<Pz>(analysis_, AnalysisType::Pz);
-}
-const Analyses::Pz* Analyses::AnalysisProxy::GetPzPtr() const {
-    return As<Pz>(GetAnalysisPtr(), AnalysisType::Pz);
-}
-Analyses::Tf* Analyses::AnalysisProxy::GetTfPtr() {
-    return As<Tf>(analysis_, AnalysisType::Tf);
-}
-const Analyses::Tf* Analyses::AnalysisProxy::GetTfPtr() const {
-    return As<Tf>(GetAnalysisPtr(), AnalysisType::Tf);
-}
-Analyses::User* Analyses::AnalysisProxy::GetUserPtr() {
-    return As<User>(analysis_, AnalysisType::User);
-}
-const Analyses::User* Analyses::AnalysisProxy::GetUserPtr() const {
-    return As<User>(GetAnalysisPtr(), AnalysisType::User);
-}
-Analyses::Run* Analyses::AnalysisProxy::GetRunPtr() {
-    return As<Run>(analysis_, AnalysisType::Run);
-}
-const Analyses::Run* Analyses::AnalysisProxy::GetRunPtr() const {
-    return As<Run>(GetAnalysisPtr(), AnalysisType::Run);
-}
-
 Analyses::AnalysisType Analyses::AnalysisProxy::GetType() const {
     // An empty proxy answers a kind no analysis has.
     return analysis_ ? analysis_->GetType() : static_cast<AnalysisType>(-1);
@@ -222,17 +125,6 @@ AnalysisOptions& Analyses::AnalysisProxy::GetAnalysisOptions() {
     return analysis_->GetAnalysisOptions(2);
 }
 
-int Analyses::AnalysisProxy::LoadFromMainAnalysis() {
-    if (!analysis_)
-        return 0;
-    // Noise, distortion and noise figure load through the frequency sweep they derive from.
-    if (auto* ac = dynamic_cast<Ac*>(analysis_))
-        return ac->LoadFromMainAnalysis();
-    if (auto* tran = GetTranPtr())
-        return tran->LoadFromMainAnalysis();
-    return analysis_->LoadFromMainAnalysis();
-}
-
 const Analyses* Analyses::AnalysisProxy::GetMainAnalyses() const {
     return analysis_ ? analysis_->GetMainAnalyses() : nullptr;
 }
@@ -268,14 +160,6 @@ void Analyses::AnalysisProxy::ShowDialog(CWnd* parent, COkCancelSimulate::EditMo
                                          int* b) {
     if (analysis_)
         analysis_->ShowDialog(parent, mode, a, b);
-}
-
-int Analyses::AnalysisProxy::GetUseTStep() {
-    if (!GetTranPtr() || !analysis_->GetMainAnalyses())
-        return 0;
-    const auto* mainTran =
-        dynamic_cast<const Tran*>(analysis_->GetMainAnalyses()->GetAnalysis(AnalysisType::Tran));
-    return mainTran ? mainTran->GetUseAutoTmax() : 0;
 }
 
 int Analyses::AnalysisProxy::SameAsDefault() const {

@@ -1,28 +1,30 @@
 // AC analysis: sweep arguments, axis options, persistence and readable summary.
 #include "analyses/single/ac.h"
 
+#include "analyses/core/analysis_text.h"
 #include "platform/resources.h"
+
+#include <type_traits>
 
 namespace {
 
 constexpr int kVAxis = Analyses::AnalysisNodes::VAxis;
 constexpr int kHAxis = Analyses::AnalysisNodes::HAxis;
 
-const char* VariationWord(AcAnalysis::Variation v) {
-    switch (v) {
-    case AcAnalysis::Decade:
-        return "dec";
-    case AcAnalysis::Octave:
-        return "oct";
-    case AcAnalysis::Linear:
-        return "lin";
-    }
-    return "";
-}
+struct VariationRow {
+    AcAnalysis::Variation value;
+    const char* word;    ///< stored and command word
+    ScaleType scale;     ///< the frequency axis scale that goes with it
+    unsigned name;       ///< readable name
+    unsigned pointsName; ///< readable label of the point count
+};
+constexpr VariationRow kVariations[] = {
+    {AcAnalysis::Decade, "dec", ST_LOG, IDS_AC_DECADE, IDS_AC_POINTS_PER_DECADE},
+    {AcAnalysis::Octave, "oct", ST_OCT, IDS_AC_OCTAVE, IDS_AC_POINTS_PER_OCTAVE},
+    {AcAnalysis::Linear, "lin", ST_LIN, IDS_AC_LINEAR, IDS_AC_POINTS},
+};
 
-CString Number(double v) {
-    return CString::Formatted("%lg", v);
-}
+template <int A> using Axis = std::integral_constant<int, A>;
 
 } // namespace
 
@@ -45,17 +47,8 @@ void AcAnalysis::reset() {
 
 void AcAnalysis::SetVariation(Variation v) {
     variation_ = v;
-    switch (v) {
-    case Octave:
-        scale_[kHAxis] = ST_OCT;
-        break;
-    case Linear:
-        scale_[kHAxis] = ST_LIN;
-        break;
-    default:
-        scale_[kHAxis] = ST_LOG;
-        break;
-    }
+    const VariationRow* row = RowOfValue(kVariations, v);
+    scale_[kHAxis] = row ? row->scale : ST_LOG;
 }
 
 void AcAnalysis::SetFstart(double f) {
@@ -70,21 +63,10 @@ void AcAnalysis::SetFstop(double f) {
 
 CString AcAnalysis::GetACArguments() const {
     CString args;
-    switch (variation_) {
-    case Decade:
-        args += "dec ";
-        break;
-    case Octave:
-        args += "oct ";
-        break;
-    case Linear:
-        args += "lin ";
-        break;
-    }
-    args += Number(npointsPerVariation_) + " ";
-    args += Number(fstart_) + " ";
-    args += Number(fstop_) + " ";
-    return args;
+    if (const VariationRow* row = RowOfValue(kVariations, variation_))
+        args = CString(row->word) + " ";
+    return args + FormatNumber(npointsPerVariation_) + " " + FormatNumber(fstart_) + " " +
+           FormatNumber(fstop_) + " ";
 }
 
 CString AcAnalysis::GetAxisCmd() const {
@@ -100,114 +82,95 @@ CString AcAnalysis::GetAxisCmd() const {
         const CMinMax& r = axes_.GetRange(a);
         if (!r.IsNull())
             cmd += CString("-param ") + Analyses::AnalysisNodes::RangeWord(a) + " " +
-                   Number(r.GetMin()) + " " + Number(r.GetMax()) + "; ";
+                   FormatNumber(r.GetMin()) + " " + FormatNumber(r.GetMax()) + "; ";
     }
     return cmd;
 }
 
 CString AcAnalysis::toNutmegCommand() const {
-    CString cmd = GetAxisCmd();
-    cmd += "ac ";
-    cmd += " -env-options ";
-    cmd += GetACArguments();
-    return cmd;
+    return GetAxisCmd() + CommandHead("ac") + GetACArguments();
 }
 
-void AcAnalysis::writeAxisItems(CPropertyList& list) const {
-    for (int a = 0; a < 4; ++a)
-        if (scale_[a] != ST_NONE)
-            list.AddItem(
-                CPropertyItem(Analyses::AnalysisNodes::ScaleWord(a), static_cast<long>(scale_[a])));
-    for (int a = 0; a < 4; ++a) {
-        const CMinMax& r = axes_.GetRange(a);
-        if (!r.IsNull()) {
-            list.AddItem(CPropertyItem(Analyses::AnalysisNodes::RangeWord(a), r.GetMin()));
-            list.AddItem(CPropertyItem(Analyses::AnalysisNodes::RangeWord(a), r.GetMax()));
-        }
-    }
-}
-
-bool AcAnalysis::readAxisItem(const CPropertyItem& item) {
-    const CString& label = item.GetLabel();
-    for (int a = 0; a < 4; ++a) {
-        if (label == Analyses::AnalysisNodes::ScaleWord(a)) {
-            if (item.GetTypeOfValue() == CPropertyItem::Int)
-                scale_[a] = static_cast<ScaleType>(item.GetInt());
-            return true;
-        }
-        if (label == Analyses::AnalysisNodes::RangeWord(a)) {
-            // The two stored values of a range rebuild its minimum and maximum.
-            if (item.GetTypeOfValue() == CPropertyItem::Double)
-                axes_.GetRange(a).Add(item.GetDouble());
-            return true;
-        }
-    }
-    return false;
+std::span<const PropertyKeys::Key<AcAnalysis>> AcAnalysis::Keys() {
+    using PropertyKeys::Field;
+    using Key = PropertyKeys::Key<AcAnalysis>;
+    // One integer per axis with a scale, then both ends of every set range
+    // under the range word; axes in index order.
+    auto scale = []<int A>(Axis<A>) -> Key {
+        return {Analyses::AnalysisNodes::ScaleWord(A),
+                [](const AcAnalysis& ac, const char* label, CPropertyList& list) {
+                    if (ac.scale_[A] != ST_NONE)
+                        list.AddItem(CPropertyItem(label, static_cast<long>(ac.scale_[A])));
+                },
+                [](AcAnalysis& ac, const CPropertyItem& item) {
+                    if (item.GetTypeOfValue() == CPropertyItem::Int)
+                        ac.scale_[A] = static_cast<ScaleType>(item.GetInt());
+                    return true;
+                }};
+    };
+    auto range = []<int A>(Axis<A>) -> Key {
+        return {Analyses::AnalysisNodes::RangeWord(A),
+                [](const AcAnalysis& ac, const char* label, CPropertyList& list) {
+                    const CMinMax& r = ac.axes_.GetRange(A);
+                    if (!r.IsNull()) {
+                        list.AddItem(CPropertyItem(label, r.GetMin()));
+                        list.AddItem(CPropertyItem(label, r.GetMax()));
+                    }
+                },
+                // The two stored values of a range rebuild its minimum and maximum.
+                [](AcAnalysis& ac, const CPropertyItem& item) {
+                    if (item.GetTypeOfValue() == CPropertyItem::Double)
+                        ac.axes_.GetRange(A).Add(item.GetDouble());
+                    return true;
+                }};
+    };
+    static const Key keys[] = {
+        {"VARIATION",
+         [](const AcAnalysis& ac, const char* label, CPropertyList& list) {
+             list.AddItem(CPropertyItem(label, CString(WordOf(kVariations, ac.variation_))));
+         },
+         // Loading also makes the vertical scale follow the sweep, which
+         // SetVariation alone does not do; stored circuits rely on it.
+         [](AcAnalysis& ac, const CPropertyItem& item) {
+             const VariationRow* row = item.GetTypeOfValue() == CPropertyItem::String
+                                           ? RowOfWord(kVariations, item.GetString())
+                                           : nullptr;
+             if (row) {
+                 ac.SetVariation(row->value);
+                 ac.scale_[kVAxis] = row->scale;
+             }
+             return true;
+         }},
+        Field<&AcAnalysis::npointsPerVariation_>("NPOINTS_PER_VARIATION"),
+        Field<&AcAnalysis::fstart_, &AcAnalysis::SetFstart>("FSTART"),
+        Field<&AcAnalysis::fstop_, &AcAnalysis::SetFstop>("FSTOP"),
+        scale(Axis<0>{}),
+        scale(Axis<1>{}),
+        scale(Axis<2>{}),
+        scale(Axis<3>{}),
+        range(Axis<0>{}),
+        range(Axis<1>{}),
+        range(Axis<2>{}),
+        range(Axis<3>{}),
+    };
+    return keys;
 }
 
 CPropertyList AcAnalysis::toPropertyList() const {
-    CPropertyList list;
-    list.AddItem(CPropertyItem("VARIATION", CString(VariationWord(variation_))));
-    list.AddItem(CPropertyItem("NPOINTS_PER_VARIATION", npointsPerVariation_));
-    list.AddItem(CPropertyItem("FSTART", fstart_));
-    list.AddItem(CPropertyItem("FSTOP", fstop_));
-    writeAxisItems(list);
-    return list;
+    return PropertyKeys::Write(*this, Keys());
 }
 
 int AcAnalysis::fromPropertyList(const CPropertyList& list) {
-    int result = 1;
-    for (const CPropertyItem& item : list) {
-        const CString& label = item.GetLabel();
-        const CPropertyItem::Type type = item.GetTypeOfValue();
-        if (label == "VARIATION") {
-            if (type != CPropertyItem::String)
-                continue;
-            // Loading also makes the vertical scale follow the sweep, which
-            // SetVariation alone does not do; stored circuits rely on it.
-            const CString word = item.GetString();
-            if (word == "dec") {
-                SetVariation(Decade);
-                scale_[kVAxis] = ST_LOG;
-            } else if (word == "oct") {
-                SetVariation(Octave);
-                scale_[kVAxis] = ST_OCT;
-            } else if (word == "lin") {
-                SetVariation(Linear);
-                scale_[kVAxis] = ST_LIN;
-            }
-        } else if (label == "NPOINTS_PER_VARIATION") {
-            if (type == CPropertyItem::Double)
-                npointsPerVariation_ = item.GetDouble();
-        } else if (label == "FSTART") {
-            if (type == CPropertyItem::Double)
-                SetFstart(item.GetDouble());
-        } else if (label == "FSTOP") {
-            if (type == CPropertyItem::Double)
-                SetFstop(item.GetDouble());
-        } else if (!readAxisItem(item)) {
-            result = 0;
-        }
-    }
-    return result;
+    return PropertyKeys::Read(*this, list, Keys());
 }
 
 void AcAnalysis::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
-    unsigned typeText = IDS_AC_DECADE;
-    unsigned pointsText = IDS_AC_POINTS_PER_DECADE;
-    if (variation_ == Octave) {
-        typeText = IDS_AC_OCTAVE;
-        pointsText = IDS_AC_POINTS_PER_OCTAVE;
-    } else if (variation_ == Linear) {
-        typeText = IDS_AC_LINEAR;
-        pointsText = IDS_AC_POINTS;
-    }
-    log.InsertItem(CTreeLog::Normal,
-                   GetResourceString(IDS_AC_SWEEP_TYPE) + GetResourceText(typeText), parent);
-    log.InsertItem(CTreeLog::Normal,
-                   GetResourceString(pointsText) + ": " + Number(npointsPerVariation_), parent);
-    log.InsertItem(CTreeLog::Normal, GetResourceString(IDS_AC_FSTART) + Number(fstart_), parent);
-    log.InsertItem(CTreeLog::Normal, GetResourceString(IDS_AC_FSTOP) + Number(fstop_), parent);
+    const VariationRow* found = RowOfValue(kVariations, variation_);
+    const VariationRow& row = found ? *found : kVariations[0];
+    InsertLine(log, parent, IDS_AC_SWEEP_TYPE, GetResourceText(row.name));
+    InsertLine(log, parent, row.pointsName, ": " + FormatNumber(npointsPerVariation_));
+    InsertLine(log, parent, IDS_AC_FSTART, FormatNumber(fstart_));
+    InsertLine(log, parent, IDS_AC_FSTOP, FormatNumber(fstop_));
     AxisScalesToReadableText(log, parent, scale_, axes_);
 }
 
@@ -224,42 +187,10 @@ _TREEITEM* AcAnalysis::freqToReadableText(CTreeCtrl& ctrl, _TREEITEM* parent) co
 }
 
 const AcAnalysis* AcAnalysis::GetMainAnalysis() const {
-    if (!main_)
-        return nullptr;
-    // Every kind that owns a sweep derives from Analyses::Ac, so the cast only
-    // fails when the collection has no analysis of this kind.
-    const auto* ac = dynamic_cast<const Analyses::Ac*>(main_->GetAnalysis(GetType()));
-    return ac ? &ac->GetAcAnalysis() : nullptr;
+    // Every kind that owns a sweep derives from Analyses::Ac.
+    return MainSettings<Analyses::Ac>(main_, GetType());
 }
 
 int AcAnalysis::LoadFromMainAnalysis() {
-    const AcAnalysis* main = GetMainAnalysis();
-    if (!main)
-        return 0;
-    // Copied through the record, not by assignment, so the collection pointer
-    // and the kind of this object stay its own.
-    fromPropertyList(main->toPropertyList());
-    return 1;
-}
-
-Analyses::Ac::Ac() : Analysis(), ac_(nullptr) {
-    ++s_liveCount;
-}
-
-Analyses::Ac::Ac(const Analyses* main) : Analysis(main), ac_(main) {
-    ++s_liveCount;
-    Ac::reset();
-}
-
-Analyses::Ac::Ac(const Ac& other) : Analysis(other), ac_(other.ac_) {
-    ++s_liveCount;
-}
-
-Analyses::Ac::~Ac() {
-    --s_liveCount;
-}
-
-void Analyses::Ac::reset() {
-    Analysis::reset();
-    ac_.reset();
+    return LoadSettingsFromMain(*this);
 }

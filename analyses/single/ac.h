@@ -1,7 +1,7 @@
 // AC analysis: the frequency-sweep settings class and the small-signal analysis built on it.
 #pragma once
 
-#include "analyses/core/analysis.h"
+#include "analyses/core/analysis_identity.h"
 
 #include <cstdint>
 
@@ -25,7 +25,7 @@ public:
     virtual int GetOutputVariableClass() const { return OVC_CKTnames; }
     virtual ~AcAnalysis() = default;
 
-    static CString s_GetAnalysisNickname() { return "AC"; }
+    static CString s_GetAnalysisNickname() { return AnalysisNickname(Analyses::AnalysisType::Ac); }
 
     Variation GetVariation() const { return variation_; }
     /// Also sets the horizontal (frequency) axis scale to match the sweep.
@@ -65,11 +65,8 @@ public:
     /// Copies the main analysis's sweep into this object; 0 when there is none.
     int LoadFromMainAnalysis();
 
-protected:
-    /// Offers an item to the axis-scale and axis-range readers; false when the
-    /// label is no axis key word. Values of the wrong type are skipped.
-    bool readAxisItem(const CPropertyItem& item);
-    void writeAxisItems(CPropertyList& list) const;
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<AcAnalysis>> Keys();
 
 private:
     Variation variation_ = Decade;
@@ -82,61 +79,59 @@ private:
 };
 
 /// Small-signal AC analysis; also the base of distortion, noise and noise figure.
-class Analyses::Ac : public Analyses::Analysis {
+class Analyses::Ac : public SettingsAnalysis<Analyses::Ac, Analyses::AnalysisType::Ac, AcAnalysis> {
 public:
-    Ac();
-    explicit Ac(const Analyses* main);
-    Ac(const Ac& other);
-    Ac& operator=(const Ac&) = default;
-    ~Ac() override;
+    /// The default constructor resets like the others, so that every Ac starts
+    /// with the machine's default maximum of plot points, not with 0.
+    using SettingsAnalysis::SettingsAnalysis;
 
-    static CString s_GetAnalysisNickname() { return AcAnalysis::s_GetAnalysisNickname(); }
     /// Number of Ac objects (derived ones included) alive right now.
-    static int s_GetLiveCount() { return s_liveCount; }
+    static int s_GetLiveCount() { return LiveCount::count; }
 
-    CString GetAnalysisNickname() const override { return ac_.GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return ac_.GetType(); }
-    void reset() override;
-    Analysis* NewInstance() const override { return new Ac(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Ac(*this); }
-    Analysis* Clone(Instance*&) const override { return new Ac(*this); }
-    int GetNodeType() const override { return ac_.GetNodeType(); }
-    int GetOutputVariableClass() const override { return ac_.GetOutputVariableClass(); }
+    virtual int LoadFromMainAnalysis() { return GetSettings().LoadFromMainAnalysis(); }
 
-protected:
-    CString toNutmegCommandHelper() const override { return ac_.toNutmegCommand(); }
-    CPropertyList toPropertyListHelper() const override { return ac_.toPropertyList(); }
-    int fromPropertyListHelper(const CPropertyList& list) override {
-        return ac_.fromPropertyList(list);
-    }
-    void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override {
-        ac_.toReadableText(log, parent);
-    }
+    AcAnalysis& GetAcAnalysis() { return GetSettings(); }
+    const AcAnalysis& GetAcAnalysis() const { return GetSettings(); }
 
-public:
-    virtual int LoadFromMainAnalysis() { return ac_.LoadFromMainAnalysis(); }
-
-    AcAnalysis& GetAcAnalysis() { return ac_; }
-    const AcAnalysis& GetAcAnalysis() const { return ac_; }
-
-    AcAnalysis::Variation GetVariation() const { return ac_.GetVariation(); }
-    void SetVariation(AcAnalysis::Variation v) { ac_.SetVariation(v); }
-    double GetNpoints_per_variation() const { return ac_.GetNpoints_per_variation(); }
-    void SetNpoints_per_variation(double n) { ac_.SetNpoints_per_variation(n); }
-    double GetFstart() const { return ac_.GetFstart(); }
-    void SetFstart(double f) { ac_.SetFstart(f); }
-    double GetFstop() const { return ac_.GetFstop(); }
-    void SetFstop(double f) { ac_.SetFstop(f); }
-    CString GetAxisCmd() const { return ac_.GetAxisCmd(); }
-    CString GetACArguments() const { return ac_.GetACArguments(); }
+    AcAnalysis::Variation GetVariation() const { return GetSettings().GetVariation(); }
+    void SetVariation(AcAnalysis::Variation v) { GetSettings().SetVariation(v); }
+    double GetNpoints_per_variation() const { return GetSettings().GetNpoints_per_variation(); }
+    void SetNpoints_per_variation(double n) { GetSettings().SetNpoints_per_variation(n); }
+    double GetFstart() const { return GetSettings().GetFstart(); }
+    void SetFstart(double f) { GetSettings().SetFstart(f); }
+    double GetFstop() const { return GetSettings().GetFstop(); }
+    void SetFstop(double f) { GetSettings().SetFstop(f); }
+    CString GetAxisCmd() const { return GetSettings().GetAxisCmd(); }
+    CString GetACArguments() const { return GetSettings().GetACArguments(); }
     _TREEITEM* freqToReadableText(CTreeLog& log, _TREEITEM* parent) const {
-        return ac_.freqToReadableText(log, parent);
+        return GetSettings().freqToReadableText(log, parent);
     }
     _TREEITEM* freqToReadableText(CTreeCtrl& ctrl, _TREEITEM* parent) const {
-        return ac_.freqToReadableText(ctrl, parent);
+        return GetSettings().freqToReadableText(ctrl, parent);
     }
 
 private:
-    static inline int s_liveCount = 0;
-    AcAnalysis ac_;
+    /// Counts itself in every construction, copies included, and out in its destructor.
+    struct LiveCount {
+        LiveCount() { ++count; }
+        LiveCount(const LiveCount&) { ++count; }
+        LiveCount& operator=(const LiveCount&) = default;
+        ~LiveCount() { --count; }
+        static inline int count = 0;
+    };
+    [[no_unique_address]] LiveCount live_;
 };
+
+/// The "FREQ_OPT" key of the analyses built on Ac: their sweep as a nested
+/// list. A value that is no list is skipped; a sweep that fails to read fails
+/// the record.
+template <class T> constexpr PropertyKeys::Key<T> FrequencySweepKey() {
+    return {"FREQ_OPT",
+            [](const T& a, const char* label, CPropertyList& list) {
+                list.AddItem(CPropertyItem(label, a.GetAcAnalysis().toPropertyList()));
+            },
+            [](T& a, const CPropertyItem& item) {
+                return item.GetTypeOfValue() != CPropertyItem::List ||
+                       a.GetAcAnalysis().fromPropertyList(item.GetPropertyList()) != 0;
+            }};
+}

@@ -1,24 +1,16 @@
 // DC sweep analysis: operating points over the values of one source, or of two nested sources.
 #pragma once
 
-#include "analyses/core/analysis.h"
+#include "analyses/core/analysis_identity.h"
 
 #include <cstdint>
 
-class Analyses::DcSweep : public Analyses::Analysis {
+class Analyses::DcSweep
+    : public AnalysisIdentity<Analyses::DcSweep, Analyses::AnalysisType::DcSweep> {
 public:
     explicit DcSweep(const Analyses* main = nullptr);
-    DcSweep(const DcSweep&) = default;
-    DcSweep& operator=(const DcSweep&) = default;
 
-    static CString s_GetAnalysisNickname() { return "DC_SWEEP"; }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::DcSweep; }
     void reset() override;
-    Analysis* NewInstance() const override { return new DcSweep(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new DcSweep(*this); }
-    Analysis* Clone(Instance*&) const override { return new DcSweep(*this); }
     /// A sweep of operating points offers the operating point's variables.
     int GetNodeType() const override { return AT_OP; }
     int GetOutputVariableClass() const override { return OVC_DCnames; }
@@ -51,12 +43,13 @@ public:
     double GetIncrement2() const { return increment2_; }
     void SetIncrement2(double v) { increment2_ = v; }
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<DcSweep>> Keys();
+
 protected:
     /// Every piece of the script, the plot set-up's incremental flag included.
     long toNutmegCommandMask() const override { return -1; }
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override;
-    int fromPropertyListHelper(const CPropertyList& list) override;
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:

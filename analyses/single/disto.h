@@ -5,20 +5,12 @@
 
 #include <cstdint>
 
-class Analyses::Disto : public Analyses::Ac {
+class Analyses::Disto
+    : public AnalysisIdentity<Analyses::Disto, Analyses::AnalysisType::Disto, Analyses::Ac> {
 public:
-    explicit Disto(const Analyses* main = nullptr);
-    Disto(const Disto&) = default;
-    Disto& operator=(const Disto&) = default;
+    explicit Disto(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }
 
-    static CString s_GetAnalysisNickname() { return "DISTO"; }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::Disto; }
     void reset() override;
-    Analysis* NewInstance() const override { return new Disto(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Disto(*this); }
-    Analysis* Clone(Instance*&) const override { return new Disto(*this); }
     int GetNodeType() const override { return AT_DISTO; }
     int GetOutputVariableClass() const override { return OVC_CKTnames; }
 
@@ -28,10 +20,11 @@ public:
     int GetUseF2overF1() const { return useF2OverF1_; }
     void SetUseF2overF1(int v) { useF2OverF1_ = v; }
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<Disto>> Keys();
+
 protected:
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override;
-    int fromPropertyListHelper(const CPropertyList& list) override;
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:

@@ -2,7 +2,7 @@
 #include "analyses/single/four.h"
 
 #include "analyses/core/analysis_nodes.h"
-#include "analyses/core/property_reader.h"
+#include "analyses/core/analysis_text.h"
 #include "platform/resources.h"
 
 #include <cctype>
@@ -10,13 +10,20 @@
 
 namespace {
 
-CString Number(double v) {
-    return CString::Formatted("%lg", v);
-}
+struct PlotRow {
+    Analyses::Four::Plot value;
+    const char* word; ///< flags of the fourier statement
+    unsigned text;
+};
+constexpr PlotRow kPlots[] = {
+    {Analyses::Four::Chart, "", IDS_FOUR_PLOT_CHART},
+    {Analyses::Four::Graph, "/plot /nochart ", IDS_FOUR_PLOT_GRAPH},
+    {Analyses::Four::GraphAndChart, "/plot ", IDS_FOUR_PLOT_GRAPH_AND_CHART},
+};
 
 } // namespace
 
-Analyses::Four::Four(const Analyses* main) : Analysis(main), tran_(main) {
+Analyses::Four::Four(const Analyses* main) : AnalysisIdentity(main), tran_(main) {
     Four::reset();
 }
 
@@ -67,12 +74,12 @@ CString Analyses::Four::ExplainWhyCannotSimulate() {
     // The settings page shows either points per period or a sampling rate;
     // the limit is given in the unit the user is looking at.
     const double limit = usePointsPerPeriod_ ? minimum : minimum * (numFreqs_ + 1) * fundFreq_;
-    return GetResourceString(IDS_FOUR_SAMPLING_LIMIT) + Number(limit);
+    return GetResourceString(IDS_FOUR_SAMPLING_LIMIT) + FormatNumber(limit);
 }
 
 long Analyses::Four::toNutmegCommandMask() const {
-    // An outside harness asking for its special file type would keep the plot
-    // set-up (-3); this product has no such harness, so it is always left out.
+    // The fourier statement sets up its own plot and the run's vectors are
+    // not written to a raw file, so the plot set-up and the write stay out.
     return -7;
 }
 
@@ -130,10 +137,10 @@ CString Analyses::Four::toNutmegCommandHelper() const {
     const CString outputs = OutputList();
     CString cmd = "save all; ";
     cmd += GetRunTran().toNutmegCommand() + "; ";
-    cmd += CString::Formatted("set nfreqs = %u; ", static_cast<unsigned>(numFreqs_ + 1));
-    cmd += CString::Formatted("set polydegree = %u; ",
-                              static_cast<unsigned>(useDegPoly_ ? degPoly_ : 1));
-    cmd += CString::Formatted("set fourgridsize = %u; ", static_cast<unsigned>(GetGridSize()));
+    cmd += "set nfreqs = " + FormatCount(static_cast<unsigned>(numFreqs_ + 1)) + "; ";
+    cmd +=
+        "set polydegree = " + FormatCount(static_cast<unsigned>(useDegPoly_ ? degPoly_ : 1)) + "; ";
+    cmd += "set fourgridsize = " + FormatCount(static_cast<unsigned>(GetGridSize())) + "; ";
     cmd += "save all; ";
     cmd += "iplot " + outputs + "; ";
     if (variation_ != ST_NONE)
@@ -148,94 +155,59 @@ CString Analyses::Four::toNutmegCommandHelper() const {
         cmd += "/bar ";
     if (normalized_)
         cmd += "/norm ";
-    if (plot_ == Graph)
-        cmd += "/plot /nochart ";
-    else if (plot_ == GraphAndChart)
-        cmd += "/plot ";
-    cmd += Number(fundFreq_) + " " + outputs + "; ";
+    cmd += WordOf(kPlots, plot_);
+    cmd += FormatNumber(fundFreq_) + " " + outputs + "; ";
     // Later runs in the same session must not inherit this run's interpolation.
     cmd += "set nfreqs = 9; ";
     cmd += "set polydegree = 1; ";
-    cmd += CString::Formatted("set fourgridsize = %lg; ", 200.0);
+    cmd += "set fourgridsize = " + FormatNumber(200.0) + "; ";
     return cmd;
 }
 
-CPropertyList Analyses::Four::toPropertyListHelper() const {
-    CPropertyList list;
-    list.AddItem(CPropertyItem("FundFreqSet", static_cast<long>(fundFreqSet_)));
-    list.AddItem(CPropertyItem("FundFreq", fundFreq_));
-    list.AddItem(CPropertyItem("NumFreqs", static_cast<long>(numFreqs_)));
-    list.AddItem(CPropertyItem("UseTran", static_cast<long>(useTran_)));
-    list.AddItem(CPropertyItem("TStop", tstop_));
-    list.AddItem(CPropertyItem("Tran", tran_.toPropertyList()));
-    list.AddItem(CPropertyItem("UseNumPointsPerPeriod", static_cast<long>(usePointsPerPeriod_)));
-    list.AddItem(CPropertyItem("NumPointsPerPeriod", pointsPerPeriod_));
-    list.AddItem(CPropertyItem("UseDegPoly", static_cast<long>(useDegPoly_)));
-    list.AddItem(CPropertyItem("DegPoly", static_cast<long>(degPoly_)));
-    list.AddItem(CPropertyItem("Variation", static_cast<long>(variation_)));
-    list.AddItem(CPropertyItem("DisplayPhase", static_cast<long>(displayPhase_)));
-    list.AddItem(CPropertyItem("LineGraph", static_cast<long>(lineGraph_)));
-    list.AddItem(CPropertyItem("Normalized", static_cast<long>(normalized_)));
-    list.AddItem(CPropertyItem("Plot", static_cast<long>(plot_)));
-    return list;
-}
-
-int Analyses::Four::fromPropertyListHelper(const CPropertyList& list) {
-    static constexpr PropertyReader::IntKey<Four, int32_t> ints[] = {
-        {"FundFreqSet", &Four::fundFreqSet_},
-        {"NumFreqs", &Four::numFreqs_},
-        {"UseTran", &Four::useTran_},
-        {"UseNumPointsPerPeriod", &Four::usePointsPerPeriod_},
-        {"UseDegPoly", &Four::useDegPoly_},
-        {"DegPoly", &Four::degPoly_},
-        {"DisplayPhase", &Four::displayPhase_},
-        {"LineGraph", &Four::lineGraph_},
-        {"Normalized", &Four::normalized_},
+std::span<const PropertyKeys::Key<Analyses::Four>> Analyses::Four::Keys() {
+    using PropertyKeys::Field;
+    static constexpr PropertyKeys::Key<Four> keys[] = {
+        Field<&Four::fundFreqSet_>("FundFreqSet"),
+        Field<&Four::fundFreq_>("FundFreq"),
+        Field<&Four::numFreqs_>("NumFreqs"),
+        Field<&Four::useTran_>("UseTran"),
+        Field<&Four::tstop_>("TStop"),
+        {"Tran",
+         [](const Four& f, const char* label, CPropertyList& list) {
+             list.AddItem(CPropertyItem(label, f.tran_.toPropertyList()));
+         },
+         [](Four& f, const CPropertyItem& item) {
+             if (item.GetTypeOfValue() == CPropertyItem::List)
+                 f.tran_.fromPropertyList(item.GetPropertyList());
+             return true;
+         }},
+        Field<&Four::usePointsPerPeriod_>("UseNumPointsPerPeriod"),
+        Field<&Four::pointsPerPeriod_>("NumPointsPerPeriod"),
+        Field<&Four::useDegPoly_>("UseDegPoly"),
+        Field<&Four::degPoly_>("DegPoly"),
+        Field<&Four::variation_>("Variation"),
+        Field<&Four::displayPhase_>("DisplayPhase"),
+        Field<&Four::lineGraph_>("LineGraph"),
+        Field<&Four::normalized_>("Normalized"),
+        Field<&Four::plot_>("Plot"),
     };
-    static constexpr PropertyReader::DoubleKey<Four> numbers[] = {
-        {"FundFreq", &Four::fundFreq_},
-        {"TStop", &Four::tstop_},
-        {"NumPointsPerPeriod", &Four::pointsPerPeriod_},
-    };
-
-    int result = 1;
-    for (const CPropertyItem& item : list) {
-        const CString& label = item.GetLabel();
-        const CPropertyItem::Type type = item.GetTypeOfValue();
-        bool known = PropertyReader::ApplyKnownKey(*this, item, ints, numbers);
-        if (label == "Tran") {
-            known = true;
-            if (type == CPropertyItem::List)
-                tran_.fromPropertyList(item.GetPropertyList());
-        } else if (label == "Variation") {
-            known = true;
-            if (type == CPropertyItem::Int)
-                variation_ = static_cast<ScaleType>(item.GetInt());
-        } else if (label == "Plot") {
-            known = true;
-            if (type == CPropertyItem::Int)
-                plot_ = static_cast<Plot>(item.GetInt());
-        }
-        if (!known)
-            result = 0;
-    }
-    return result;
+    return keys;
 }
 
 void Analyses::Four::toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const {
     auto line = [&](unsigned label, const CString& value) {
-        log.InsertItem(CTreeLog::Normal, GetResourceString(label) + value, parent);
+        InsertLine(log, parent, label, value);
     };
-    line(IDS_FOUR_FUNDAMENTAL, Number(fundFreq_));
-    line(IDS_FOUR_NUM_FREQS, CString::Formatted("%u", static_cast<unsigned>(numFreqs_)));
+    line(IDS_FOUR_FUNDAMENTAL, FormatNumber(fundFreq_));
+    line(IDS_FOUR_NUM_FREQS, FormatCount(static_cast<unsigned>(numFreqs_)));
     if (useTran_)
         tran_.toReadableText(log, parent);
     else
-        line(IDS_FOUR_TSTOP, Number(tstop_));
+        line(IDS_FOUR_TSTOP, FormatNumber(tstop_));
     if (usePointsPerPeriod_)
-        line(IDS_FOUR_POINTS_PER_PERIOD, Number(pointsPerPeriod_));
+        line(IDS_FOUR_POINTS_PER_PERIOD, FormatNumber(pointsPerPeriod_));
     if (useDegPoly_)
-        line(IDS_FOUR_DEG_POLY, CString::Formatted("%u", static_cast<unsigned>(degPoly_)));
+        line(IDS_FOUR_DEG_POLY, FormatCount(static_cast<unsigned>(degPoly_)));
     const ScaleType scales[4] = {variation_, ST_NONE, ST_NONE, ST_NONE};
     AxisScalesToReadableText(log, parent, scales, CGrapherAxes());
     if (displayPhase_)
@@ -244,15 +216,6 @@ void Analyses::Four::toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) cons
         line(IDS_FOUR_LINE_GRAPH, "");
     if (normalized_)
         line(IDS_FOUR_NORMALIZED, "");
-    switch (plot_) {
-    case Chart:
-        line(IDS_FOUR_PLOT_CHART, "");
-        break;
-    case Graph:
-        line(IDS_FOUR_PLOT_GRAPH, "");
-        break;
-    case GraphAndChart:
-        line(IDS_FOUR_PLOT_GRAPH_AND_CHART, "");
-        break;
-    }
+    if (const PlotRow* plot = RowOfValue(kPlots, plot_))
+        line(plot->text, "");
 }

@@ -5,22 +5,13 @@
 
 #include <cstdint>
 
-class Analyses::Four : public Analyses::Analysis {
+class Analyses::Four : public AnalysisIdentity<Analyses::Four, Analyses::AnalysisType::Four> {
 public:
     enum Plot : int32_t { Chart = 0, Graph = 1, GraphAndChart = 2 };
 
     explicit Four(const Analyses* main = nullptr);
-    Four(const Four&) = default;
-    Four& operator=(const Four&) = default;
 
-    static CString s_GetAnalysisNickname() { return "FOUR"; }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::Four; }
     void reset() override;
-    Analysis* NewInstance() const override { return new Four(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Four(*this); }
-    Analysis* Clone(Instance*&) const override { return new Four(*this); }
     int GetNodeType() const override { return AT_TRAN; }
     int GetOutputVariableClass() const override { return OVC_DCnames; }
     /// Also needs a fundamental, a stop time (or the user's transient settings)
@@ -87,12 +78,13 @@ public:
     /// the fundamental (two periods ending at the stop time).
     TranAnalysis GetRunTran() const;
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<Four>> Keys();
+
 protected:
     /// No plot set-up and no raw-file write: the fourier statement plots by itself.
     long toNutmegCommandMask() const override;
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override;
-    int fromPropertyListHelper(const CPropertyList& list) override;
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:

@@ -5,20 +5,12 @@
 
 #include <cstdint>
 
-class Analyses::Noise : public Analyses::Ac {
+class Analyses::Noise
+    : public AnalysisIdentity<Analyses::Noise, Analyses::AnalysisType::Noise, Analyses::Ac> {
 public:
     explicit Noise(const Analyses* main = nullptr);
-    Noise(const Noise&) = default;
-    Noise& operator=(const Noise&) = default;
 
-    static CString s_GetAnalysisNickname() { return "NOISE"; }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::Noise; }
     void reset() override;
-    Analysis* NewInstance() const override { return new Noise(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Noise(*this); }
-    Analysis* Clone(Instance*&) const override { return new Noise(*this); }
     int GetNodeType() const override { return AT_NOISE; }
     /// Densities per point when summaries are asked for, integrated noise otherwise.
     int GetOutputVariableClass() const override {
@@ -45,12 +37,13 @@ public:
     int GetPointPerSummary() const { return pointsPerSummary_; }
     void SetPointPerSummary(int n) { pointsPerSummary_ = n; }
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<Noise>> Keys();
+
 protected:
     /// Every part of the script, the plot set-up flag included.
     long toNutmegCommandMask() const override { return -1; }
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override;
-    int fromPropertyListHelper(const CPropertyList& list) override;
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:

@@ -1,11 +1,11 @@
 // Pole-zero analysis: poles and/or zeros of a transfer function between two ports.
 #pragma once
 
-#include "analyses/core/analysis.h"
+#include "analyses/core/analysis_identity.h"
 
 #include <cstdint>
 
-class Analyses::Pz : public Analyses::Analysis {
+class Analyses::Pz : public AnalysisIdentity<Analyses::Pz, Analyses::AnalysisType::Pz> {
 public:
     /// Kind of transfer function; values outside 0..3 act as Gain.
     enum PZanType : int32_t { Gain = 0, Impedance = 1, InputImpedance = 2, OutputImpedance = 3 };
@@ -13,17 +13,8 @@ public:
     enum PZpart : int32_t { PolesAndZeros = 0, Poles = 1, Zeros = 2 };
 
     explicit Pz(const Analyses* main = nullptr);
-    Pz(const Pz&) = default;
-    Pz& operator=(const Pz&) = default;
 
-    static CString s_GetAnalysisNickname() { return "PZ"; }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::Pz; }
     void reset() override;
-    Analysis* NewInstance() const override { return new Pz(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Pz(*this); }
-    Analysis* Clone(Instance*&) const override { return new Pz(*this); }
     int GetNodeType() const override { return AT_PZ; }
     /// Poles and zeros are the result itself: no output variable has to be chosen.
     int GetOutputVariableClass() const override { return OVC_ALL; }
@@ -52,10 +43,11 @@ public:
     PZanType GetAnalysisType() const { return anType_; }
     void SetAnalysisType(PZanType t) { anType_ = t; }
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<Pz>> Keys();
+
 protected:
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override;
-    int fromPropertyListHelper(const CPropertyList& list) override;
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:

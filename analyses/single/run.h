@@ -1,22 +1,13 @@
 // Direct run: whatever the circuit text itself asks the simulator to do.
 #pragma once
 
-#include "analyses/core/analysis.h"
+#include "analyses/core/analysis_identity.h"
 
-class Analyses::Run : public Analyses::Analysis {
+class Analyses::Run : public AnalysisIdentity<Analyses::Run, Analyses::AnalysisType::Run> {
 public:
-    explicit Run(const Analyses* main = nullptr) : Analysis(main) { reset(); }
-    Run(const Run&) = default;
-    Run& operator=(const Run&) = default;
+    explicit Run(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }
 
-    static CString s_GetAnalysisNickname() { return "RUN"; }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::Run; }
     long GetAnalysisProperty() const override { return 2; }
-    Analysis* NewInstance() const override { return new Run(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Run(*this); }
-    Analysis* Clone(Instance*&) const override { return new Run(*this); }
     int GetNodeType() const override { return AT_NONE; }
     /// The circuit's own control lines decide what is saved.
     int GetOutputVariableClass() const override { return OVC_ALL; }

@@ -1,44 +1,43 @@
-// Sensitivity analysis: the settings' copies, command line, persistence and summary.
+// Sensitivity analysis: command line, persistence and readable summary.
 #include "analyses/single/sens.h"
 
-#include "analyses/core/property_reader.h"
-
+#include "analyses/core/analysis_text.h"
 #include "platform/helpers.h"
 #include "platform/resources.h"
 
-SensAnalysis::SensAnalysis(const Analyses* main) : main_(main), ac_(main), op_(main) {
-    SetSensType(Analyses::AnalysisType::Op);
-    reset();
+#include <type_traits>
+
+namespace {
+
+template <Analyses::AnalysisType K> using Kind = std::integral_constant<Analyses::AnalysisType, K>;
+
+/// The embedded analysis of kind `K` (Ac or Op).
+template <Analyses::AnalysisType K, class Target> auto& Embedded(Target& target) {
+    if constexpr (K == Analyses::AnalysisType::Ac)
+        return target.ac;
+    else
+        return target.op;
 }
 
-SensAnalysis::SensAnalysis(const SensAnalysis& other)
-    : main_(other.main_), filterCurrentSource_(other.filterCurrentSource_),
-      filterOutputNode_(other.filterOutputNode_), filterOutputRefNode_(other.filterOutputRefNode_),
-      currentSource_(other.currentSource_), outputNode_(other.outputNode_),
-      outputRefNode_(other.outputRefNode_), useAbsoluteScaling_(other.useAbsoluteScaling_),
-      useCurrentSource_(other.useCurrentSource_), ac_(other.ac_), op_(other.op_) {
-    SetSensType(other.GetSensType());
-}
+} // namespace
 
-SensAnalysis& SensAnalysis::operator=(const SensAnalysis& other) {
-    if (this == &other)
-        return *this;
-    main_ = other.main_;
-    filterCurrentSource_ = other.filterCurrentSource_;
-    filterOutputNode_ = other.filterOutputNode_;
-    filterOutputRefNode_ = other.filterOutputRefNode_;
-    currentSource_ = other.currentSource_;
-    outputNode_ = other.outputNode_;
-    outputRefNode_ = other.outputRefNode_;
-    useAbsoluteScaling_ = other.useAbsoluteScaling_;
-    useCurrentSource_ = other.useCurrentSource_;
-    ac_ = other.ac_;
-    op_ = other.op_;
-    SetSensType(other.GetSensType());
+SensTarget& SensTarget::operator=(const SensTarget& other) {
+    ac = other.ac;
+    op = other.op;
+    Select(other.Type());
     return *this;
 }
 
-SensAnalysis::~SensAnalysis() = default;
+void SensTarget::Select(Analyses::AnalysisType type) {
+    if (type == Analyses::AnalysisType::Ac)
+        proxy.SetAnalysisProxy(&ac, 0);
+    else
+        proxy.SetAnalysisProxy(&op, 0);
+}
+
+SensAnalysis::SensAnalysis(const Analyses* main) : main_(main), target_(main) {
+    reset();
+}
 
 void SensAnalysis::reset() {
     filterCurrentSource_ = filterOutputNode_ = filterOutputRefNode_ = Analyses::NF_NONE;
@@ -48,7 +47,7 @@ void SensAnalysis::reset() {
     useAbsoluteScaling_ = 1;
     useCurrentSource_ = 0;
     // Only the analysis in use returns to its defaults; the type stays as it is.
-    proxy_.reset();
+    target_.proxy.reset();
 }
 
 int SensAnalysis::GetOutputVariableClass() const {
@@ -56,31 +55,12 @@ int SensAnalysis::GetOutputVariableClass() const {
                                                        : OVC_SENS_CKTnames_op;
 }
 
-Analyses::AnalysisType SensAnalysis::GetSensType() const {
-    return proxy_.GetType();
-}
-
-void SensAnalysis::SetSensType(Analyses::AnalysisType type) {
-    if (type == Analyses::AnalysisType::Ac)
-        proxy_.SetAnalysisProxy(&ac_, 0);
-    else
-        proxy_.SetAnalysisProxy(&op_, 0);
-}
-
 CString SensAnalysis::toNutmegCommand() const {
     // The sweep takes part only while the proxy holds this object's AC settings.
-    const Analyses::Ac* ac = proxy_.GetAnalysisPtr() == &ac_ ? &ac_ : nullptr;
-    CString cmd;
-    if (ac)
-        cmd += ac->GetAxisCmd();
-    cmd += "sens ";
-    cmd += " -env-options ";
-    const CString source = ConvertNullToGround(currentSource_);
-    if (useCurrentSource_ && source != "$0")
-        cmd += "i(" + source + ") ";
-    else
-        cmd += "v(" + ConvertNullToGround(outputNode_) + "," + ConvertNullToGround(outputRefNode_) +
-               ") ";
+    const Analyses::Ac* ac = target_.proxy.GetAnalysisPtr() == &target_.ac ? &target_.ac : nullptr;
+    CString cmd = ac ? ac->GetAxisCmd() : CString();
+    cmd += CommandHead("sens");
+    cmd += OutputVector(useCurrentSource_, currentSource_, outputNode_, outputRefNode_);
     if (ac)
         cmd += "ac " + ac->GetACArguments();
     if (!useAbsoluteScaling_)
@@ -88,83 +68,56 @@ CString SensAnalysis::toNutmegCommand() const {
     return cmd;
 }
 
+std::span<const PropertyKeys::Key<SensAnalysis>> SensAnalysis::Keys() {
+    using PropertyKeys::Field;
+    using Key = PropertyKeys::Key<SensAnalysis>;
+    // The analysis in use is stored last, as its own item labelled with its
+    // nickname; reading either one selects it, even when it reads badly.
+    auto embedded = []<Analyses::AnalysisType K>(Kind<K>) -> Key {
+        return {AnalysisNickname(K),
+                [](const SensAnalysis& s, const char*, CPropertyList& list) {
+                    if (s.GetSensType() == K)
+                        list.AddItem(Embedded<K>(s.target_).toPropertyItem());
+                },
+                [](SensAnalysis& s, const CPropertyItem& item) {
+                    if (item.GetTypeOfValue() != CPropertyItem::List)
+                        return true;
+                    const bool read = Embedded<K>(s.target_).fromPropertyItem(item) != 0;
+                    s.SetSensType(K);
+                    return read;
+                }};
+    };
+    static const Key keys[] = {
+        Field<&SensAnalysis::filterCurrentSource_>("NodeFilterCurrentSource"),
+        Field<&SensAnalysis::filterOutputNode_>("NodeFilterOutputNode"),
+        Field<&SensAnalysis::filterOutputRefNode_>("NodeFilterOutputRefNode"),
+        Field<&SensAnalysis::currentSource_>("CurrentSource"),
+        Field<&SensAnalysis::outputNode_>("OutputNode"),
+        Field<&SensAnalysis::outputRefNode_>("OutputRefNode"),
+        Field<&SensAnalysis::useAbsoluteScaling_>("UseAbsoluteScaling"),
+        Field<&SensAnalysis::useCurrentSource_>("UseCurrentSource"),
+        embedded(Kind<Analyses::AnalysisType::Ac>{}),
+        embedded(Kind<Analyses::AnalysisType::Op>{}),
+    };
+    return keys;
+}
+
 CPropertyList SensAnalysis::toPropertyList() const {
-    CPropertyList list;
-    list.AddItem(CPropertyItem("NodeFilterCurrentSource", static_cast<long>(filterCurrentSource_)));
-    list.AddItem(CPropertyItem("NodeFilterOutputNode", static_cast<long>(filterOutputNode_)));
-    list.AddItem(CPropertyItem("NodeFilterOutputRefNode", static_cast<long>(filterOutputRefNode_)));
-    list.AddItem(CPropertyItem("CurrentSource", currentSource_));
-    list.AddItem(CPropertyItem("OutputNode", outputNode_));
-    list.AddItem(CPropertyItem("OutputRefNode", outputRefNode_));
-    list.AddItem(CPropertyItem("UseAbsoluteScaling", static_cast<long>(useAbsoluteScaling_)));
-    list.AddItem(CPropertyItem("UseCurrentSource", static_cast<long>(useCurrentSource_)));
-    list.AddItem(proxy_.toPropertyItem());
-    return list;
+    return PropertyKeys::Write(*this, Keys());
 }
 
 int SensAnalysis::fromPropertyList(const CPropertyList& list) {
-    static constexpr PropertyReader::IntKey<SensAnalysis, Analyses::NodeFilter> filters[] = {
-        {"NodeFilterCurrentSource", &SensAnalysis::filterCurrentSource_},
-        {"NodeFilterOutputNode", &SensAnalysis::filterOutputNode_},
-        {"NodeFilterOutputRefNode", &SensAnalysis::filterOutputRefNode_},
-    };
-    static constexpr PropertyReader::StringKey<SensAnalysis> names[] = {
-        {"CurrentSource", &SensAnalysis::currentSource_},
-        {"OutputNode", &SensAnalysis::outputNode_},
-        {"OutputRefNode", &SensAnalysis::outputRefNode_},
-    };
-    static constexpr PropertyReader::IntKey<SensAnalysis, int32_t> flags[] = {
-        {"UseAbsoluteScaling", &SensAnalysis::useAbsoluteScaling_},
-        {"UseCurrentSource", &SensAnalysis::useCurrentSource_},
-    };
-
-    int result = 1;
-    for (const CPropertyItem& item : list) {
-        const CString& label = item.GetLabel();
-        const CPropertyItem::Type type = item.GetTypeOfValue();
-        bool known = PropertyReader::ApplyKnownKey(*this, item, filters, names, flags);
-        // The proxy's item: read into the matching embedded analysis and select it.
-        if (label == ac_.GetAnalysisNickname()) {
-            known = true;
-            if (type == CPropertyItem::List) {
-                if (!ac_.fromPropertyItem(item))
-                    result = 0;
-                SetSensType(Analyses::AnalysisType::Ac);
-            }
-        } else if (label == op_.GetAnalysisNickname()) {
-            known = true;
-            if (type == CPropertyItem::List) {
-                if (!op_.fromPropertyItem(item))
-                    result = 0;
-                SetSensType(Analyses::AnalysisType::Op);
-            }
-        }
-        if (!known)
-            result = 0;
-    }
-    return result;
+    return PropertyKeys::Read(*this, list, Keys());
 }
 
 void SensAnalysis::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
-    auto line = [&](unsigned label, const CString& value) {
-        log.InsertItem(CTreeLog::Normal, GetResourceString(label) + value, parent);
-    };
     if (useCurrentSource_) {
-        line(IDS_SENS_CURRENT_SOURCE, ConvertNullToGround(currentSource_));
+        InsertNameLine(log, parent, IDS_SENS_CURRENT_SOURCE, currentSource_);
     } else {
-        line(IDS_SENS_OUTPUT_NODE, ConvertNullToGround(outputNode_));
-        line(IDS_SENS_OUTPUT_REF_NODE, ConvertNullToGround(outputRefNode_));
+        InsertNameLine(log, parent, IDS_SENS_OUTPUT_NODE, outputNode_);
+        InsertNameLine(log, parent, IDS_SENS_OUTPUT_REF_NODE, outputRefNode_);
     }
-    line(IDS_SENS_OUTPUT_SCALING,
-         GetResourceString(useAbsoluteScaling_ ? IDS_SENS_ABSOLUTE : IDS_SENS_RELATIVE));
-    proxy_.toReadableText(log, parent, Analyses::Analysis::TT_SETTINGS, nullptr);
-}
-
-Analyses::Sens::Sens(const Analyses* main) : Analysis(main), settings_(main) {
-    reset();
-}
-
-void Analyses::Sens::reset() {
-    Analysis::reset();
-    settings_.reset();
+    InsertLine(log, parent, IDS_SENS_OUTPUT_SCALING,
+               GetResourceString(useAbsoluteScaling_ ? IDS_SENS_ABSOLUTE : IDS_SENS_RELATIVE));
+    target_.proxy.toReadableText(log, parent, Analyses::Analysis::TT_SETTINGS, nullptr);
 }

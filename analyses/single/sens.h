@@ -8,15 +8,35 @@
 
 #include <cstdint>
 
-/// The settings of a sensitivity analysis. Its proxy borrows one of the two embedded
-/// analyses (AC or operating point) and so decides the sensitivity type; copies point
-/// their proxy at their own embedded analysis, never at the source's.
+/// The two analyses a sensitivity can run on and the proxy that borrows the one in
+/// use, which decides the sensitivity type. A copy's proxy borrows the copy's own
+/// analysis, never the source's.
+class SensTarget {
+public:
+    explicit SensTarget(const Analyses* main) : ac(main), op(main) {
+        Select(Analyses::AnalysisType::Op);
+    }
+    SensTarget(const SensTarget& other) : ac(other.ac), op(other.op) { Select(other.Type()); }
+    SensTarget& operator=(const SensTarget& other);
+    ~SensTarget() = default;
+
+    /// Ac or Op: the kind the proxy points at.
+    Analyses::AnalysisType Type() const { return proxy.GetType(); }
+    /// Ac selects the sweep, any other value the operating point.
+    void Select(Analyses::AnalysisType type);
+
+    Analyses::AnalysisProxy proxy;
+    Analyses::Ac ac;
+    Analyses::Op op;
+};
+
+/// The settings of a sensitivity analysis.
 class SensAnalysis {
 public:
     explicit SensAnalysis(const Analyses* main = nullptr);
-    SensAnalysis(const SensAnalysis& other);
-    SensAnalysis& operator=(const SensAnalysis& other);
-    virtual ~SensAnalysis();
+    SensAnalysis(const SensAnalysis&) = default;
+    SensAnalysis& operator=(const SensAnalysis&) = default;
+    virtual ~SensAnalysis() = default;
 
     virtual void reset();
     virtual Analyses::AnalysisType GetType() const { return Analyses::AnalysisType::Sens; }
@@ -24,7 +44,9 @@ public:
     virtual int GetNodeType() const { return AT_SENS; }
     virtual int GetOutputVariableClass() const;
 
-    static CString s_GetAnalysisNickname() { return "SENS"; }
+    static CString s_GetAnalysisNickname() {
+        return AnalysisNickname(Analyses::AnalysisType::Sens);
+    }
 
     // The setters trim blanks at both ends; names read from a record are kept as stored.
     const CString& GetCurrentSource() const { return currentSource_; }
@@ -49,19 +71,19 @@ public:
     void SetNodeFilterOutputRefNode(Analyses::NodeFilter f) { filterOutputRefNode_ = f; }
 
     /// The embedded sweep and operating point; both live as long as this object.
-    Analyses::Ac& GetAc() { return ac_; }
-    const Analyses::Ac& GetAc() const { return ac_; }
-    Analyses::Op& GetOp() { return op_; }
-    const Analyses::Op& GetOp() const { return op_; }
+    Analyses::Ac& GetAc() { return target_.ac; }
+    const Analyses::Ac& GetAc() const { return target_.ac; }
+    Analyses::Op& GetOp() { return target_.op; }
+    const Analyses::Op& GetOp() const { return target_.op; }
     /// Non-owning handle to the embedded analysis in use.
-    Analyses::AnalysisProxy& GetSensAnalysis() { return proxy_; }
-    const Analyses::AnalysisProxy& GetSensAnalysis() const { return proxy_; }
+    Analyses::AnalysisProxy& GetSensAnalysis() { return target_.proxy; }
+    const Analyses::AnalysisProxy& GetSensAnalysis() const { return target_.proxy; }
 
     /// Ac or Op: the kind of the embedded analysis the proxy points at.
-    Analyses::AnalysisType GetSensType() const;
+    Analyses::AnalysisType GetSensType() const { return target_.Type(); }
     /// Ac selects the embedded sweep, any other value the operating point; the
     /// settings of the one not selected are kept.
-    void SetSensType(Analyses::AnalysisType type);
+    void SetSensType(Analyses::AnalysisType type) { target_.Select(type); }
 
     const Analyses* GetMainAnalyses() const { return main_; }
 
@@ -69,6 +91,9 @@ public:
     CPropertyList toPropertyList() const;
     int fromPropertyList(const CPropertyList& list);
     void toReadableText(CTreeLog& log, _TREEITEM* parent) const;
+
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<SensAnalysis>> Keys();
 
 private:
     const Analyses* main_;
@@ -80,66 +105,40 @@ private:
     CString outputRefNode_;
     int32_t useAbsoluteScaling_ = 1;
     int32_t useCurrentSource_ = 0;
-    Analyses::AnalysisProxy proxy_;
-    Analyses::Ac ac_;
-    Analyses::Op op_;
+    SensTarget target_;
 };
 
-class Analyses::Sens : public Analyses::Analysis {
+class Analyses::Sens
+    : public SettingsAnalysis<Analyses::Sens, Analyses::AnalysisType::Sens, SensAnalysis> {
 public:
-    explicit Sens(const Analyses* main = nullptr);
-    Sens(const Sens&) = default;
-    Sens& operator=(const Sens&) = default;
+    using SettingsAnalysis::SettingsAnalysis;
 
-    static CString s_GetAnalysisNickname() { return SensAnalysis::s_GetAnalysisNickname(); }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::Sens; }
-    void reset() override;
-    Analysis* NewInstance() const override { return new Sens(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Sens(*this); }
-    Analysis* Clone(Instance*&) const override { return new Sens(*this); }
-    int GetNodeType() const override { return settings_.GetNodeType(); }
-    int GetOutputVariableClass() const override { return settings_.GetOutputVariableClass(); }
-
-    const CString& GetCurrentSource() const { return settings_.GetCurrentSource(); }
-    const CString& GetOutputNode() const { return settings_.GetOutputNode(); }
-    const CString& GetOutputRefNode() const { return settings_.GetOutputRefNode(); }
-    void SetCurrentSource(CString s) { settings_.SetCurrentSource(std::move(s)); }
-    void SetOutputNode(CString s) { settings_.SetOutputNode(std::move(s)); }
-    void SetOutputRefNode(CString s) { settings_.SetOutputRefNode(std::move(s)); }
-    int GetUseAbsoluteScaling() const { return settings_.GetUseAbsoluteScaling(); }
-    void SetUseAbsoluteScaling(int v) { settings_.SetUseAbsoluteScaling(v); }
-    int GetUseCurrentSource() const { return settings_.GetUseCurrentSource(); }
-    void SetUseCurrentSource(int v) { settings_.SetUseCurrentSource(v); }
-    NodeFilter GetNodeFilterCurrentSource() const { return settings_.GetNodeFilterCurrentSource(); }
-    NodeFilter GetNodeFilterOutputNode() const { return settings_.GetNodeFilterOutputNode(); }
-    NodeFilter GetNodeFilterOutputRefNode() const { return settings_.GetNodeFilterOutputRefNode(); }
-    void SetNodeFilterCurrentSource(NodeFilter f) { settings_.SetNodeFilterCurrentSource(f); }
-    void SetNodeFilterOutputNode(NodeFilter f) { settings_.SetNodeFilterOutputNode(f); }
-    void SetNodeFilterOutputRefNode(NodeFilter f) { settings_.SetNodeFilterOutputRefNode(f); }
-    Ac& GetAc() { return settings_.GetAc(); }
-    const Ac& GetAc() const { return settings_.GetAc(); }
-    Op& GetOp() { return settings_.GetOp(); }
-    const Op& GetOp() const { return settings_.GetOp(); }
-    AnalysisType GetSensType() const { return settings_.GetSensType(); }
-    void SetSensType(AnalysisType t) { settings_.SetSensType(t); }
-    AnalysisProxy& GetSensAnalysis() { return settings_.GetSensAnalysis(); }
-    const AnalysisProxy& GetSensAnalysis() const { return settings_.GetSensAnalysis(); }
-
-    SensAnalysis& GetSettings() { return settings_; }
-    const SensAnalysis& GetSettings() const { return settings_; }
-
-protected:
-    CString toNutmegCommandHelper() const override { return settings_.toNutmegCommand(); }
-    CPropertyList toPropertyListHelper() const override { return settings_.toPropertyList(); }
-    int fromPropertyListHelper(const CPropertyList& list) override {
-        return settings_.fromPropertyList(list);
+    const CString& GetCurrentSource() const { return GetSettings().GetCurrentSource(); }
+    const CString& GetOutputNode() const { return GetSettings().GetOutputNode(); }
+    const CString& GetOutputRefNode() const { return GetSettings().GetOutputRefNode(); }
+    void SetCurrentSource(CString s) { GetSettings().SetCurrentSource(std::move(s)); }
+    void SetOutputNode(CString s) { GetSettings().SetOutputNode(std::move(s)); }
+    void SetOutputRefNode(CString s) { GetSettings().SetOutputRefNode(std::move(s)); }
+    int GetUseAbsoluteScaling() const { return GetSettings().GetUseAbsoluteScaling(); }
+    void SetUseAbsoluteScaling(int v) { GetSettings().SetUseAbsoluteScaling(v); }
+    int GetUseCurrentSource() const { return GetSettings().GetUseCurrentSource(); }
+    void SetUseCurrentSource(int v) { GetSettings().SetUseCurrentSource(v); }
+    NodeFilter GetNodeFilterCurrentSource() const {
+        return GetSettings().GetNodeFilterCurrentSource();
     }
-    void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override {
-        settings_.toReadableText(log, parent);
+    NodeFilter GetNodeFilterOutputNode() const { return GetSettings().GetNodeFilterOutputNode(); }
+    NodeFilter GetNodeFilterOutputRefNode() const {
+        return GetSettings().GetNodeFilterOutputRefNode();
     }
-
-private:
-    SensAnalysis settings_;
+    void SetNodeFilterCurrentSource(NodeFilter f) { GetSettings().SetNodeFilterCurrentSource(f); }
+    void SetNodeFilterOutputNode(NodeFilter f) { GetSettings().SetNodeFilterOutputNode(f); }
+    void SetNodeFilterOutputRefNode(NodeFilter f) { GetSettings().SetNodeFilterOutputRefNode(f); }
+    Ac& GetAc() { return GetSettings().GetAc(); }
+    const Ac& GetAc() const { return GetSettings().GetAc(); }
+    Op& GetOp() { return GetSettings().GetOp(); }
+    const Op& GetOp() const { return GetSettings().GetOp(); }
+    AnalysisType GetSensType() const { return GetSettings().GetSensType(); }
+    void SetSensType(AnalysisType t) { GetSettings().SetSensType(t); }
+    AnalysisProxy& GetSensAnalysis() { return GetSettings().GetSensAnalysis(); }
+    const AnalysisProxy& GetSensAnalysis() const { return GetSettings().GetSensAnalysis(); }
 };

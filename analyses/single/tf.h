@@ -1,24 +1,15 @@
 // Transfer function analysis: small-signal DC gain from a source to an output.
 #pragma once
 
-#include "analyses/core/analysis.h"
+#include "analyses/core/analysis_identity.h"
 
 #include <cstdint>
 
-class Analyses::Tf : public Analyses::Analysis {
+class Analyses::Tf : public AnalysisIdentity<Analyses::Tf, Analyses::AnalysisType::Tf> {
 public:
     explicit Tf(const Analyses* main = nullptr);
-    Tf(const Tf&) = default;
-    Tf& operator=(const Tf&) = default;
 
-    static CString s_GetAnalysisNickname() { return "TF"; }
-
-    CString GetAnalysisNickname() const override { return s_GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return AnalysisType::Tf; }
     void reset() override;
-    Analysis* NewInstance() const override { return new Tf(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Tf(*this); }
-    Analysis* Clone(Instance*&) const override { return new Tf(*this); }
     int GetNodeType() const override { return AT_TF; }
     int GetOutputVariableClass() const override { return OVC_ALL; }
 
@@ -45,10 +36,11 @@ public:
     int GetUseCurrentSource() const { return useCurrentSource_; }
     void SetUseCurrentSource(int v) { useCurrentSource_ = v; }
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<Tf>> Keys();
+
 protected:
     CString toNutmegCommandHelper() const override;
-    CPropertyList toPropertyListHelper() const override;
-    int fromPropertyListHelper(const CPropertyList& list) override;
     void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override;
 
 private:

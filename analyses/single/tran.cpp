@@ -1,6 +1,7 @@
 // Transient analysis: step rules, command text, persistence and readable summary.
 #include "analyses/single/tran.h"
 
+#include "analyses/core/analysis_text.h"
 #include "platform/resources.h"
 
 #include <cmath>
@@ -10,10 +11,6 @@ namespace {
 constexpr int kHAxis = Analyses::AnalysisNodes::HAxis;
 constexpr double kMaxPoints = 2000000000.0;
 constexpr double kDefaultStep = 1e-5;
-
-CString Number(double v) {
-    return CString::Formatted("%lg", v);
-}
 
 /// Truncates toward zero, held inside the stored 32-bit range so that an
 /// open-ended instrument run (tstop 1e30) cannot overflow the count.
@@ -27,33 +24,29 @@ int32_t TruncatedCount(double r) {
     return static_cast<int32_t>(r);
 }
 
-const char* IcWord(TranAnalysis::IC ic) {
-    switch (ic) {
-    case TranAnalysis::DcOp:
-        return "dcop";
-    case TranAnalysis::ZeroIc:
-        return "zero_ic";
-    case TranAnalysis::Uic:
-        return "uic";
-    case TranAnalysis::AutoIc:
-        return "auto_ic";
-    }
-    return "";
-}
+struct IcRow {
+    TranAnalysis::IC value;
+    const char* word; ///< stored word, and the command word except for dcop
+    unsigned text;
+};
+constexpr IcRow kIcs[] = {
+    {TranAnalysis::DcOp, "dcop", IDS_TRAN_IC_DCOP},
+    {TranAnalysis::ZeroIc, "zero_ic", IDS_TRAN_IC_ZERO},
+    {TranAnalysis::Uic, "uic", IDS_TRAN_IC_USER},
+    {TranAnalysis::AutoIc, "auto_ic", IDS_TRAN_IC_AUTO},
+};
 
-unsigned IcText(TranAnalysis::IC ic) {
-    switch (ic) {
-    case TranAnalysis::DcOp:
-        return IDS_TRAN_IC_DCOP;
-    case TranAnalysis::ZeroIc:
-        return IDS_TRAN_IC_ZERO;
-    case TranAnalysis::Uic:
-        return IDS_TRAN_IC_USER;
-    case TranAnalysis::AutoIc:
-        break;
-    }
-    return IDS_TRAN_IC_AUTO;
-}
+// The modes stored as words; the others store a number.
+struct TMaxRow {
+    TranAnalysis::TMaxMode value;
+    const char* word;
+};
+constexpr TMaxRow kTMaxWords[] = {
+    {TranAnalysis::NotUsed, "not_used"},
+    {TranAnalysis::Calculate, "calculate"},
+};
+
+constexpr const char* kCalculate = "calculate";
 
 } // namespace
 
@@ -173,21 +166,21 @@ CString TranAnalysis::toNutmegCommand() const {
     CString cmd;
     const CMinMax& range = axes_.GetRange(kHAxis);
     if (!range.IsNull())
-        cmd += "-param hrange " + Number(range.GetMin()) + " " + Number(range.GetMax()) + "; ";
+        cmd += "-param hrange " + FormatNumber(range.GetMin()) + " " +
+               FormatNumber(range.GetMax()) + "; ";
     if (instrument_)
         cmd += "save ; ";
-    cmd += "tran ";
-    cmd += " -env-options ";
+    cmd += CommandHead("tran");
     const double x = CommandStep();
-    cmd += Number(calcTstep_ ? x : tstep_) + " ";
-    cmd += Number(tstop_) + " ";
-    cmd += Number(tstart_) + " ";
+    cmd += FormatNumber(calcTstep_ ? x : tstep_) + " ";
+    cmd += FormatNumber(tstop_) + " ";
+    cmd += FormatNumber(tstart_) + " ";
     if (tmaxMode_ == Explicit || tmaxMode_ == Points)
-        cmd += Number(tmax_) + " ";
+        cmd += FormatNumber(tmax_) + " ";
     else if (tmaxMode_ == Calculate)
-        cmd += Number(x) + " ";
+        cmd += FormatNumber(x) + " ";
     if (ic_ != DcOp)
-        cmd += CString(IcWord(ic_)) + " ";
+        cmd += CString(WordOf(kIcs, ic_)) + " ";
     if (calcTstep_ && tmaxMode_ == Calculate)
         cmd += "auto_tstep ";
     if (tmaxMode_ == Calculate)
@@ -195,113 +188,118 @@ CString TranAnalysis::toNutmegCommand() const {
     return cmd;
 }
 
+std::span<const PropertyKeys::Key<TranAnalysis>> TranAnalysis::Keys() {
+    using PropertyKeys::Field;
+    using Key = PropertyKeys::Key<TranAnalysis>;
+    static constexpr Key keys[] = {
+        {"TSTEP",
+         [](const TranAnalysis& t, const char* label, CPropertyList& list) {
+             list.AddItem(t.calcTstep_ ? CPropertyItem(label, kCalculate)
+                                       : CPropertyItem(label, t.tstep_));
+         },
+         [](TranAnalysis& t, const CPropertyItem& item) {
+             if (item.GetTypeOfValue() == CPropertyItem::Double) {
+                 t.tstep_ = item.GetDouble();
+                 t.calcTstep_ = 0;
+             } else if (item.GetTypeOfValue() == CPropertyItem::String &&
+                        item.GetString() == kCalculate) {
+                 t.calcTstep_ = 1;
+             }
+             return true;
+         }},
+        // The stop time is taken as stored: nothing in this program imposes another one.
+        Field<&TranAnalysis::tstop_, &TranAnalysis::SetTstop>("TSTOP"),
+        Field<&TranAnalysis::tstart_, &TranAnalysis::SetTstart>("TSTART"),
+        // A count of points is stored under its own key instead.
+        {"TMAX",
+         [](const TranAnalysis& t, const char* label, CPropertyList& list) {
+             if (t.tmaxMode_ == Explicit)
+                 list.AddItem(CPropertyItem(label, t.tmax_));
+             else if (const TMaxRow* row = RowOfValue(kTMaxWords, t.tmaxMode_))
+                 list.AddItem(CPropertyItem(label, row->word));
+         },
+         [](TranAnalysis& t, const CPropertyItem& item) {
+             if (item.GetTypeOfValue() == CPropertyItem::Double) {
+                 t.tmax_ = item.GetDouble();
+                 t.tmaxMode_ = Explicit;
+             } else if (item.GetTypeOfValue() == CPropertyItem::String) {
+                 if (const TMaxRow* row = RowOfWord(kTMaxWords, item.GetString()))
+                     t.tmaxMode_ = row->value;
+                 // Without a stored value the maximum step starts at the plotting increment.
+                 t.tmax_ = t.tstep_;
+             }
+             return true;
+         }},
+        {"TPOINTS",
+         [](const TranAnalysis& t, const char* label, CPropertyList& list) {
+             if (t.tmaxMode_ == Points)
+                 list.AddItem(CPropertyItem(label, static_cast<long>(t.tpoints_)));
+         },
+         [](TranAnalysis& t, const CPropertyItem& item) {
+             if (item.GetTypeOfValue() == CPropertyItem::Int) {
+                 t.tpoints_ = static_cast<int32_t>(item.GetInt());
+                 t.tmaxMode_ = Points;
+             }
+             return true;
+         }},
+        {"USE_AUTO_TIME_STEP",
+         [](const TranAnalysis& t, const char* label, CPropertyList& list) {
+             list.AddItem(CPropertyItem(label, static_cast<long>(t.useAutoTmax_)));
+         },
+         [](TranAnalysis& t, const CPropertyItem& item) {
+             if (item.GetTypeOfValue() == CPropertyItem::Int) {
+                 t.useAutoTmax_ = static_cast<int>(item.GetInt());
+                 if (t.useAutoTmax_ == 1 && t.calcTstep_ == 1)
+                     t.tstep_ = t.tmax_;
+             }
+             return true;
+         }},
+        {"IC",
+         [](const TranAnalysis& t, const char* label, CPropertyList& list) {
+             list.AddItem(CPropertyItem(label, WordOf(kIcs, t.ic_)));
+         },
+         [](TranAnalysis& t, const CPropertyItem& item) {
+             const IcRow* row = item.GetTypeOfValue() == CPropertyItem::String
+                                    ? RowOfWord(kIcs, item.GetString())
+                                    : nullptr;
+             if (row)
+                 t.ic_ = row->value;
+             return true;
+         }},
+    };
+    return keys;
+}
+
 CPropertyList TranAnalysis::toPropertyList() const {
-    CPropertyList list;
-    if (calcTstep_)
-        list.AddItem(CPropertyItem("TSTEP", "calculate"));
-    else
-        list.AddItem(CPropertyItem("TSTEP", tstep_));
-    list.AddItem(CPropertyItem("TSTOP", tstop_));
-    list.AddItem(CPropertyItem("TSTART", tstart_));
-    switch (tmaxMode_) {
-    case NotUsed:
-        list.AddItem(CPropertyItem("TMAX", "not_used"));
-        break;
-    case Explicit:
-        list.AddItem(CPropertyItem("TMAX", tmax_));
-        break;
-    case Points:
-        list.AddItem(CPropertyItem("TPOINTS", static_cast<long>(tpoints_)));
-        break;
-    case Calculate:
-        list.AddItem(CPropertyItem("TMAX", "calculate"));
-        break;
-    }
-    list.AddItem(CPropertyItem("USE_AUTO_TIME_STEP", static_cast<long>(useAutoTmax_)));
-    list.AddItem(CPropertyItem("IC", IcWord(ic_)));
-    return list;
+    return PropertyKeys::Write(*this, Keys());
 }
 
 int TranAnalysis::fromPropertyList(const CPropertyList& list) {
-    for (const CPropertyItem& item : list) {
-        const CString& label = item.GetLabel();
-        const CPropertyItem::Type type = item.GetTypeOfValue();
-        if (label == "TSTEP") {
-            if (type == CPropertyItem::Double) {
-                tstep_ = item.GetDouble();
-                calcTstep_ = 0;
-            } else if (type == CPropertyItem::String && item.GetString() == "calculate") {
-                calcTstep_ = 1;
-            }
-        } else if (label == "TSTOP") {
-            // An outside harness may impose the stop time of a run; this product
-            // has none, so the stored stop time always stands.
-            if (type == CPropertyItem::Double)
-                SetTstop(item.GetDouble());
-        } else if (label == "TSTART") {
-            if (type == CPropertyItem::Double)
-                SetTstart(item.GetDouble());
-        } else if (label == "TMAX") {
-            if (type == CPropertyItem::Double) {
-                tmax_ = item.GetDouble();
-                tmaxMode_ = Explicit;
-            } else if (type == CPropertyItem::String) {
-                const CString word = item.GetString();
-                if (word == "calculate")
-                    tmaxMode_ = Calculate;
-                else if (word == "not_used")
-                    tmaxMode_ = NotUsed;
-                // Without a stored value the maximum step starts at the plotting increment.
-                tmax_ = tstep_;
-            }
-        } else if (label == "TPOINTS") {
-            if (type == CPropertyItem::Int) {
-                tpoints_ = static_cast<int32_t>(item.GetInt());
-                tmaxMode_ = Points;
-            }
-        } else if (label == "USE_AUTO_TIME_STEP") {
-            if (type == CPropertyItem::Int) {
-                useAutoTmax_ = static_cast<int>(item.GetInt());
-                if (useAutoTmax_ == 1 && calcTstep_ == 1)
-                    tstep_ = tmax_;
-            }
-        } else if (label == "IC") {
-            if (type == CPropertyItem::String) {
-                const CString word = item.GetString();
-                if (word == "dcop")
-                    ic_ = DcOp;
-                else if (word == "zero_ic")
-                    ic_ = ZeroIc;
-                else if (word == "uic")
-                    ic_ = Uic;
-                else if (word == "auto_ic")
-                    ic_ = AutoIc;
-            }
-        }
-    }
-    return 1;
+    // Unknown keys are passed over: the transient reader never fails.
+    return PropertyKeys::Read(*this, list, Keys(), PropertyKeys::Unknown::Ignored);
 }
 
 void TranAnalysis::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
     auto line = [&](unsigned label, const CString& value) {
-        log.InsertItem(CTreeLog::Normal, GetResourceString(label) + value, parent);
+        InsertLine(log, parent, label, value);
     };
     const CString automatic = GetResourceString(IDS_TRAN_AUTO_CALCULATED) + " (" +
-                              GetResourceText(IDS_TRAN_LESS_THAN) + Number(Span()) + ")";
+                              GetResourceText(IDS_TRAN_LESS_THAN) + FormatNumber(Span()) + ")";
 
-    line(IDS_TRAN_INITIAL_CONDITIONS, GetResourceString(IcText(ic_)));
-    line(IDS_TRAN_TSTART, Number(tstart_));
-    line(IDS_TRAN_TSTOP, Number(tstop_));
+    const IcRow* ic = RowOfValue(kIcs, ic_);
+    line(IDS_TRAN_INITIAL_CONDITIONS, GetResourceString(ic ? ic->text : IDS_TRAN_IC_AUTO));
+    line(IDS_TRAN_TSTART, FormatNumber(tstart_));
+    line(IDS_TRAN_TSTOP, FormatNumber(tstop_));
 
     CString step;
     if (!calcTstep_)
-        step = Number(tstep_);
+        step = FormatNumber(tstep_);
     else if (tmaxMode_ == Calculate)
         step = automatic;
     else if (tmaxMode_ == NotUsed)
-        step = Number(Span() * 0.02);
+        step = FormatNumber(Span() * 0.02);
     else
-        step = Number(tmax_);
+        step = FormatNumber(tmax_);
     line(IDS_TRAN_TSTEP, step);
 
     switch (tmaxMode_) {
@@ -309,11 +307,11 @@ void TranAnalysis::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
         line(IDS_TRAN_TMAX_DEFAULT, "");
         break;
     case Explicit:
-        line(IDS_TRAN_TMAX, Number(tmax_));
+        line(IDS_TRAN_TMAX, FormatNumber(tmax_));
         break;
     case Points:
         // The step, not the count, follows this label; existing reports show it so.
-        line(IDS_TRAN_TIMEPOINTS, Number(tmax_));
+        line(IDS_TRAN_TIMEPOINTS, FormatNumber(tmax_));
         break;
     case Calculate:
         line(IDS_TRAN_TMAX, automatic);
@@ -324,41 +322,22 @@ void TranAnalysis::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
 }
 
 const TranAnalysis* TranAnalysis::GetMainAnalysis() const {
-    if (!main_)
-        return nullptr;
-    const auto* tran = dynamic_cast<const Analyses::Tran*>(main_->GetAnalysis(GetType()));
-    return tran ? &tran->GetTranAnalysis() : nullptr;
+    return MainSettings<Analyses::Tran>(main_, GetType());
 }
 
 int TranAnalysis::LoadFromMainAnalysis() {
-    const TranAnalysis* main = GetMainAnalysis();
-    if (!main)
-        return 0;
-    fromPropertyList(main->toPropertyList());
-    return 1;
-}
-
-Analyses::Tran::Tran() : Analysis(), tran_(nullptr) {
-}
-
-Analyses::Tran::Tran(const Analyses* main) : Analysis(main), tran_(main) {
-    Tran::reset();
-}
-
-void Analyses::Tran::reset() {
-    Analysis::reset();
-    tran_.reset();
+    return LoadSettingsFromMain(*this);
 }
 
 void Analyses::Tran::reset_for_instrument(int keep) {
     if (!keep)
         Analysis::reset();
-    tran_.reset_for_instrument(keep);
+    GetSettings().reset_for_instrument(keep);
 }
 
 long Analyses::Tran::checkError() {
     long errors = static_cast<long>(GetAcceptErrors());
-    if (tran_.GetTmax() < tran_.GetTstep())
+    if (GetTmax() < GetTstep())
         errors |= 2;
     return errors;
 }

@@ -1,7 +1,7 @@
 // Transient analysis: the time-settings class and the time-domain analysis built on it.
 #pragma once
 
-#include "analyses/core/analysis.h"
+#include "analyses/core/analysis_identity.h"
 
 #include <cstdint>
 
@@ -26,7 +26,9 @@ public:
     virtual int GetOutputVariableClass() const { return OVC_DCnames; }
     virtual ~TranAnalysis() = default;
 
-    static CString s_GetAnalysisNickname() { return "TRAN"; }
+    static CString s_GetAnalysisNickname() {
+        return AnalysisNickname(Analyses::AnalysisType::Tran);
+    }
 
     int GetCalc_tstep() const { return calcTstep_; }
     double GetTstep() const { return tstep_; }
@@ -81,6 +83,9 @@ public:
     /// The step written for the automatic cases (the "X" of the command).
     double CommandStep() const;
 
+    /// The stored keys, in their written order.
+    static std::span<const PropertyKeys::Key<TranAnalysis>> Keys();
+
 private:
     double Span() const { return tstop_ - tstart_; }
 
@@ -101,70 +106,50 @@ private:
 };
 
 /// Time-domain analysis.
-class Analyses::Tran : public Analyses::Analysis {
+class Analyses::Tran
+    : public SettingsAnalysis<Analyses::Tran, Analyses::AnalysisType::Tran, TranAnalysis> {
 public:
-    Tran();
-    explicit Tran(const Analyses* main);
-    Tran(const Tran&) = default;
-    Tran& operator=(const Tran&) = default;
+    /// The default constructor resets like the others, so that every Tran
+    /// starts with the machine's default maximum of plot points, not with 0.
+    using SettingsAnalysis::SettingsAnalysis;
 
-    static CString s_GetAnalysisNickname() { return TranAnalysis::s_GetAnalysisNickname(); }
-
-    CString GetAnalysisNickname() const override { return tran_.GetAnalysisNickname(); }
-    AnalysisType GetType() const override { return tran_.GetType(); }
-    void reset() override;
     /// The common settings are reset only when the transient ones are not kept.
     void reset_for_instrument(int keep) override;
-    Analysis* NewInstance() const override { return new Tran(GetMainAnalyses()); }
-    Analysis* Clone() const override { return new Tran(*this); }
-    Analysis* Clone(Instance*&) const override { return new Tran(*this); }
-    int GetNodeType() const override { return tran_.GetNodeType(); }
-    int GetOutputVariableClass() const override { return tran_.GetOutputVariableClass(); }
     int KeepTrackOfCurrentsAtComponentTerminals() override {
-        return tran_.KeepTrackOfCurrentsAtComponentTerminals();
+        return GetSettings().KeepTrackOfCurrentsAtComponentTerminals();
     }
     /// The accept errors with bit 1 added when tmax is below tstep.
     long checkError() override;
 
-protected:
-    CString toNutmegCommandHelper() const override { return tran_.toNutmegCommand(); }
-    CPropertyList toPropertyListHelper() const override { return tran_.toPropertyList(); }
-    int fromPropertyListHelper(const CPropertyList& list) override {
-        return tran_.fromPropertyList(list);
-    }
-    void toReadableTextHelper(CTreeLog& log, _TREEITEM* parent) const override {
-        tran_.toReadableText(log, parent);
-    }
+    TranAnalysis& GetTranAnalysis() { return GetSettings(); }
+    const TranAnalysis& GetTranAnalysis() const { return GetSettings(); }
 
-public:
-    TranAnalysis& GetTranAnalysis() { return tran_; }
-    const TranAnalysis& GetTranAnalysis() const { return tran_; }
-
-    int GetCalc_tstep() const { return tran_.GetCalc_tstep(); }
-    double GetTstep() const { return tran_.GetTstep(); }
-    double GetTstop() const { return tran_.GetTstop(); }
-    double GetTstart() const { return tran_.GetTstart(); }
-    TranAnalysis::TMaxMode GetTmax_mode() const { return tran_.GetTmax_mode(); }
-    double GetTmax() const { return tran_.GetTmax(); }
-    double GetTpoints() const { return tran_.GetTpoints(); }
-    TranAnalysis::IC GetIc() const { return tran_.GetIc(); }
-    void SetIc(TranAnalysis::IC ic) { tran_.SetIc(ic); }
-    void SetCalc_tstep(int v) { tran_.SetCalc_tstep(v); }
-    void SetTstop(double t) { tran_.SetTstop(t); }
-    void SetTstart(double t) { tran_.SetTstart(t); }
-    void SetTstep(double v, int alsoTmax, int recount) { tran_.SetTstep(v, alsoTmax, recount); }
-    void SetTmax(double v, int alsoTstep, int recount) { tran_.SetTmax(v, alsoTstep, recount); }
+    int GetCalc_tstep() const { return GetSettings().GetCalc_tstep(); }
+    double GetTstep() const { return GetSettings().GetTstep(); }
+    double GetTstop() const { return GetSettings().GetTstop(); }
+    double GetTstart() const { return GetSettings().GetTstart(); }
+    TranAnalysis::TMaxMode GetTmax_mode() const { return GetSettings().GetTmax_mode(); }
+    double GetTmax() const { return GetSettings().GetTmax(); }
+    double GetTpoints() const { return GetSettings().GetTpoints(); }
+    TranAnalysis::IC GetIc() const { return GetSettings().GetIc(); }
+    void SetIc(TranAnalysis::IC ic) { GetSettings().SetIc(ic); }
+    void SetCalc_tstep(int v) { GetSettings().SetCalc_tstep(v); }
+    void SetTstop(double t) { GetSettings().SetTstop(t); }
+    void SetTstart(double t) { GetSettings().SetTstart(t); }
+    void SetTstep(double v, int alsoTmax, int recount) {
+        GetSettings().SetTstep(v, alsoTmax, recount);
+    }
+    void SetTmax(double v, int alsoTstep, int recount) {
+        GetSettings().SetTmax(v, alsoTstep, recount);
+    }
     void SetTpoints(long n, int recomputeTmax, int alsoTstep) {
-        tran_.SetTpoints(n, recomputeTmax, alsoTstep);
+        GetSettings().SetTpoints(n, recomputeTmax, alsoTstep);
     }
     void SetTmax_mode(TranAnalysis::TMaxMode mode, double fixedStep) {
-        tran_.SetTmax_mode(mode, fixedStep);
+        GetSettings().SetTmax_mode(mode, fixedStep);
     }
-    void SetUseAutoTmax(int v) { tran_.SetUseAutoTmax(v); }
-    int GetUseAutoTmax() const { return tran_.GetUseAutoTmax(); }
-    int LoadFromMainAnalysis() { return tran_.LoadFromMainAnalysis(); }
-    const TranAnalysis* GetMainAnalysis() const { return tran_.GetMainAnalysis(); }
-
-private:
-    TranAnalysis tran_;
+    void SetUseAutoTmax(int v) { GetSettings().SetUseAutoTmax(v); }
+    int GetUseAutoTmax() const { return GetSettings().GetUseAutoTmax(); }
+    int LoadFromMainAnalysis() { return GetSettings().LoadFromMainAnalysis(); }
+    const TranAnalysis* GetMainAnalysis() const { return GetSettings().GetMainAnalysis(); }
 };
