@@ -5,6 +5,8 @@
 #include "platform/resources.h"
 
 // One include per kind with a class.
+#include "analyses/compound/noise_figure.h"
+#include "analyses/compound/trace_width.h"
 #include "analyses/single/ac.h"
 #include "analyses/single/dc_sweep.h"
 #include "analyses/single/disto.h"
@@ -47,8 +49,8 @@ constexpr AnalysisKind kKinds[] = {
     {T::User, "USER", IDS_NAME_USER, &Create<Analyses::User>},
     {T::Options, "ORVO_OPT", IDS_NAME_OPTIONS, nullptr},
     {T::Run, "RUN", IDS_NAME_RUN, &Create<Analyses::Run>},
-    {T::TraceWidth, "TRACEWIDTH", IDS_NAME_TRACEWIDTH, nullptr},
-    {T::NoiseFigure, "NOISE_FIGURE", IDS_NAME_NOISE_FIGURE, nullptr},
+    {T::TraceWidth, "TRACEWIDTH", IDS_NAME_TRACEWIDTH, &Create<Analyses::TraceWidth>},
+    {T::NoiseFigure, "NOISE_FIGURE", IDS_NAME_NOISE_FIGURE, &Create<Analyses::NoiseFigure>},
 };
 static_assert(std::size(kKinds) == Analyses::AnalysisTypeCount);
 

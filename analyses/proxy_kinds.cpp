@@ -2,6 +2,8 @@
 // copying from the collection's main analyses.
 #include "analyses/core/analysis_proxy.h"
 
+#include "analyses/compound/noise_figure.h"
+#include "analyses/compound/trace_width.h"
 #include "analyses/single/ac.h"
 #include "analyses/single/dc_sweep.h"
 #include "analyses/single/disto.h"
@@ -87,6 +89,18 @@ Analyses::Run* Analyses::AnalysisProxy::GetRunPtr() {
 const Analyses::Run* Analyses::AnalysisProxy::GetRunPtr() const {
     return KindCast<Run>(GetAnalysisPtr());
 }
+Analyses::NoiseFigure* Analyses::AnalysisProxy::GetNoiseFigurePtr() {
+    return KindCast<NoiseFigure>(analysis_);
+}
+const Analyses::NoiseFigure* Analyses::AnalysisProxy::GetNoiseFigurePtr() const {
+    return KindCast<NoiseFigure>(GetAnalysisPtr());
+}
+Analyses::TraceWidth* Analyses::AnalysisProxy::GetTraceWidthPtr() {
+    return KindCast<TraceWidth>(analysis_);
+}
+const Analyses::TraceWidth* Analyses::AnalysisProxy::GetTraceWidthPtr() const {
+    return KindCast<TraceWidth>(GetAnalysisPtr());
+}
 
 int Analyses::AnalysisProxy::LoadFromMainAnalysis() {
     if (!analysis_)
@@ -96,6 +110,8 @@ int Analyses::AnalysisProxy::LoadFromMainAnalysis() {
         return ac->LoadFromMainAnalysis();
     if (auto* tran = GetTranPtr())
         return tran->LoadFromMainAnalysis();
+    if (auto* traceWidth = GetTraceWidthPtr())
+        return traceWidth->LoadFromMainAnalysis();
     return analysis_->LoadFromMainAnalysis();
 }
 

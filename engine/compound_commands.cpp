@@ -1,15 +1,19 @@
 // The compound request table and the keyword dispatch through it.
 #include "engine/compound_commands.h"
 
+#include "analyses/compound/noise_figure.h"
+#include "analyses/compound/trace_width.h"
 #include "engine/simulation_engine.h"
 
 #include <vector>
 
 std::span<const CompoundCommand> CompoundCommands() {
     // One line per compound analysis, in this order: "psweep", "tsweep",
-    // "MONTE", "WORST", "TRACEWIDTH", "NOISE_FIGURE". The analyses are not in
-    // the library yet, so every keyword is unknown for now.
-    static const std::vector<CompoundCommand> table = {};
+    // "MONTE", "WORST", "TRACEWIDTH", "NOISE_FIGURE".
+    static const std::vector<CompoundCommand> table = {
+        {"TRACEWIDTH", &ExecuteTraceWidthCommand},
+        {"NOISE_FIGURE", &ExecuteNoiseFigureCommand},
+    };
     return table;
 }
 

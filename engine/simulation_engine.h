@@ -161,6 +161,12 @@ public:
     /// Hands the finished pages to the caller and forgets them.
     std::vector<CGrapherPage> TakeGrapherPages();
 
+    /// The folder a run writes its diagnostic files into (trace width data,
+    /// say); empty (the default) writes none. Not created here: a folder that
+    /// cannot be written to loses the files silently, never the results.
+    void SetOutputFolder(const CString& folder) { outputFolder_ = folder; }
+    const CString& GetOutputFolder() const { return outputFolder_; }
+
     /// The sample records that show the shape of what GetModelValues and
     /// GetInstanceValues return; parsed and dropped by UpdateAnalysisNodeList.
     static const char* SampleModelRecords();
@@ -200,6 +206,7 @@ private:
     std::function<uint32_t()> tickSource_;
     std::optional<CGrapherPage> openPage_;
     std::vector<CGrapherPage> finishedPages_;
+    CString outputFolder_;
 };
 
 /// Sets an engine's analysis event sink for one scope and clears it on exit,

@@ -34,6 +34,9 @@ public:
 enum SnapInProperty : long {
     SNAPIN_INSTANCE_PARAMETER = 2018, ///< names: device, model, instance, parameter
     SNAPIN_MODEL_PARAMETER = 2019,    ///< names: device, model, parameter
+    /// A result for the schematic: names component, pin; value a double item
+    /// "TraceWidth", the minimum trace width at that pin in mils.
+    SNAPIN_TRACE_WIDTH = 2020,
 };
 
 /// The simulator snap-in: how analyses change circuit parameters between runs.

@@ -63,6 +63,10 @@ public:
     const User* GetUserPtr() const;
     Run* GetRunPtr();
     const Run* GetRunPtr() const;
+    NoiseFigure* GetNoiseFigurePtr();
+    const NoiseFigure* GetNoiseFigurePtr() const;
+    TraceWidth* GetTraceWidthPtr();
+    const TraceWidth* GetTraceWidthPtr() const;
 
     // Forwarders; an empty proxy answers neutral values and changes nothing.
     AnalysisType GetType() const;

@@ -105,9 +105,45 @@ private:
     IC ic_ = AutoIc;
 };
 
+/// The time accessors of an analysis holding transient settings (reached
+/// through `Derived::GetTranAnalysis()`), so that the transient analysis and
+/// every analysis built on a transient run offer them under the same names.
+template <class Derived> class TranAccessors {
+public:
+    int GetCalc_tstep() const { return tran().GetCalc_tstep(); }
+    double GetTstep() const { return tran().GetTstep(); }
+    double GetTstop() const { return tran().GetTstop(); }
+    double GetTstart() const { return tran().GetTstart(); }
+    TranAnalysis::TMaxMode GetTmax_mode() const { return tran().GetTmax_mode(); }
+    double GetTmax() const { return tran().GetTmax(); }
+    double GetTpoints() const { return tran().GetTpoints(); }
+    TranAnalysis::IC GetIc() const { return tran().GetIc(); }
+    void SetIc(TranAnalysis::IC ic) { tran().SetIc(ic); }
+    void SetCalc_tstep(int v) { tran().SetCalc_tstep(v); }
+    void SetTstop(double t) { tran().SetTstop(t); }
+    void SetTstart(double t) { tran().SetTstart(t); }
+    void SetTstep(double v, int alsoTmax, int recount) { tran().SetTstep(v, alsoTmax, recount); }
+    void SetTmax(double v, int alsoTstep, int recount) { tran().SetTmax(v, alsoTstep, recount); }
+    void SetTpoints(long n, int recomputeTmax, int alsoTstep) {
+        tran().SetTpoints(n, recomputeTmax, alsoTstep);
+    }
+    void SetTmax_mode(TranAnalysis::TMaxMode mode, double fixedStep) {
+        tran().SetTmax_mode(mode, fixedStep);
+    }
+    void SetUseAutoTmax(int v) { tran().SetUseAutoTmax(v); }
+    int GetUseAutoTmax() const { return tran().GetUseAutoTmax(); }
+
+private:
+    TranAnalysis& tran() { return static_cast<Derived&>(*this).GetTranAnalysis(); }
+    const TranAnalysis& tran() const {
+        return static_cast<const Derived&>(*this).GetTranAnalysis();
+    }
+};
+
 /// Time-domain analysis.
 class Analyses::Tran
-    : public SettingsAnalysis<Analyses::Tran, Analyses::AnalysisType::Tran, TranAnalysis> {
+    : public SettingsAnalysis<Analyses::Tran, Analyses::AnalysisType::Tran, TranAnalysis>,
+      public TranAccessors<Analyses::Tran> {
 public:
     /// The default constructor resets like the others, so that every Tran
     /// starts with the machine's default maximum of plot points, not with 0.
@@ -124,32 +160,6 @@ public:
     TranAnalysis& GetTranAnalysis() { return GetSettings(); }
     const TranAnalysis& GetTranAnalysis() const { return GetSettings(); }
 
-    int GetCalc_tstep() const { return GetSettings().GetCalc_tstep(); }
-    double GetTstep() const { return GetSettings().GetTstep(); }
-    double GetTstop() const { return GetSettings().GetTstop(); }
-    double GetTstart() const { return GetSettings().GetTstart(); }
-    TranAnalysis::TMaxMode GetTmax_mode() const { return GetSettings().GetTmax_mode(); }
-    double GetTmax() const { return GetSettings().GetTmax(); }
-    double GetTpoints() const { return GetSettings().GetTpoints(); }
-    TranAnalysis::IC GetIc() const { return GetSettings().GetIc(); }
-    void SetIc(TranAnalysis::IC ic) { GetSettings().SetIc(ic); }
-    void SetCalc_tstep(int v) { GetSettings().SetCalc_tstep(v); }
-    void SetTstop(double t) { GetSettings().SetTstop(t); }
-    void SetTstart(double t) { GetSettings().SetTstart(t); }
-    void SetTstep(double v, int alsoTmax, int recount) {
-        GetSettings().SetTstep(v, alsoTmax, recount);
-    }
-    void SetTmax(double v, int alsoTstep, int recount) {
-        GetSettings().SetTmax(v, alsoTstep, recount);
-    }
-    void SetTpoints(long n, int recomputeTmax, int alsoTstep) {
-        GetSettings().SetTpoints(n, recomputeTmax, alsoTstep);
-    }
-    void SetTmax_mode(TranAnalysis::TMaxMode mode, double fixedStep) {
-        GetSettings().SetTmax_mode(mode, fixedStep);
-    }
-    void SetUseAutoTmax(int v) { GetSettings().SetUseAutoTmax(v); }
-    int GetUseAutoTmax() const { return GetSettings().GetUseAutoTmax(); }
     int LoadFromMainAnalysis() { return GetSettings().LoadFromMainAnalysis(); }
     const TranAnalysis* GetMainAnalysis() const { return GetSettings().GetMainAnalysis(); }
 };

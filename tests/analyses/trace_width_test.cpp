@@ -1,0 +1,339 @@
+// Trace width analysis: settings and record, and whole runs through the engine's
+// "TRACEWIDTH" request against a scripted transient with pin-current vectors.
+#include "analyses/compound/trace_width.h"
+#include "analyses/core/analysis_proxy.h"
+#include "tests/support/scripted_engine.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using TraceWidth = Analyses::TraceWidth;
+using canal_test::ScriptedAnswer;
+using canal_test::ScriptedEngine;
+using canal_test::ScriptedPlot;
+
+struct TestCollection : Analyses {
+    using Analyses::RegisterAnalysis;
+};
+
+std::vector<std::string> LogLines(const ChartLog& log) {
+    std::vector<std::string> lines;
+    for (const ChartLog::Entry& e : log.GetEntries())
+        lines.push_back(e.text.str());
+    return lines;
+}
+
+/// A fresh folder under the system's temporary folder, removed with its files.
+class TempFolder {
+public:
+    TempFolder() {
+        std::string name = (fs::temp_directory_path() / "canal-tw-XXXXXX").string();
+        if (mkdtemp(name.data()))
+            path_ = name;
+    }
+    ~TempFolder() {
+        std::error_code ec;
+        if (!path_.empty())
+            fs::remove_all(path_, ec);
+    }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    const fs::path& Path() const { return path_; }
+    std::string Read(const char* name) const {
+        std::ifstream in(path_ / name);
+        std::ostringstream text;
+        text << in.rdbuf();
+        return text.str();
+    }
+
+private:
+    fs::path path_;
+};
+
+// A resistor r10 (two pins), a transistor q2 (three pins), a resistor r2 whose
+// sense source carries no pin number, and vectors that are no pin currents.
+const std::vector<CString> kVectors = {
+    "time",
+    "v(out)",
+    "xr10.pinvoltagevr10--1#branch",
+    "xq2.pinvoltagevq2--3#branch",
+    "v1#branch",
+    "xr10.pinvoltagevr10--2#branch",
+    "xq2.pinvoltagevq2--1#branch",
+    "xr2.pinvoltagevr2#branch",
+    "xq2.pinvoltagevq2--2#branch",
+};
+const std::vector<std::vector<double>> kRows = {
+    {0.0, 1, 0.5, 3.0, 9, -0.25, 0.1, 0.0, 0.0},
+    {1e-3, 2, -1.0, 1.0, -9, 0.5, -2.0, 0.75, 0.0},
+    {2e-3, 3, 0.2, -0.5, 9, -0.125, 1.0, -1.5, 0.0},
+};
+// Maxima after each row, in plot order: r10 1, q2 3, r10 2, q2 1, r2, q2 2.
+const char* const kPinVectors[] = {
+    "xr10.pinvoltagevr10--1#branch", "xq2.pinvoltagevq2--3#branch", "xr10.pinvoltagevr10--2#branch",
+    "xq2.pinvoltagevq2--1#branch",   "xr2.pinvoltagevr2#branch",    "xq2.pinvoltagevq2--2#branch",
+};
+const char* const kMaximaAfterRow[][6] = {
+    {"0.5", "3", "0.25", "0.1", "0", "0"},
+    {"1", "3", "0.5", "2", "0.75", "0"},
+    {"1", "3", "0.5", "2", "1.5", "0"},
+};
+
+ScriptedPlot TransientPlot(std::vector<CString> vectors, std::vector<std::vector<double>> rows) {
+    ScriptedPlot plot;
+    plot.name = "tran1";
+    plot.title = "Transient Analysis";
+    plot.type = AT_TRAN;
+    plot.vectors = std::move(vectors);
+    plot.scaleIndex = 0;
+    plot.rows = std::move(rows);
+    return plot;
+}
+
+/// An engine on a collection whose simulator answers the transient with `plot`.
+struct TraceRun {
+    ScriptedEngine engine;
+    TestCollection analyses;
+
+    explicit TraceRun(ScriptedPlot plot) {
+        analyses.SetAsimEng(&engine);
+        engine.SetScript([plot](const CString& command, const ScriptedEngine&) {
+            ScriptedAnswer answer;
+            if (command.Find("tran ") >= 0)
+                answer.plots = {plot};
+            return answer;
+        });
+    }
+
+    /// Runs `tw`'s request as the host hands it over: the text after "orvo ".
+    int Run(const TraceWidth& tw) {
+        const CString script = tw.toNutmegCommand(Analyses::Analysis::NT_COMMAND);
+        const CString marker = "orvo ";
+        return engine.ExecuteCommand(&analyses, script.Mid(script.Find(marker) + 5));
+    }
+    int Run() { return Run(TraceWidth(&analyses)); }
+    const CGrapherPage& Page() const { return engine.GetGrapherPages().back(); }
+    const ChartLog& Log() const { return Page().GetChartLogs().back(); }
+};
+
+TEST(TraceWidthAnalysis, RequestSavesEveryCurrentAndCarriesTheRecord) {
+    TraceWidth tw;
+    EXPECT_EQ(tw.toNutmegCommand(Analyses::Analysis::NT_COMMAND),
+              "save all; iplot all; orvo TRACEWIDTH Tran:list{TSTEP:string{calculate} "
+              "TSTOP:double{0.001} TSTART:double{0} TMAX:string{calculate} "
+              "USE_AUTO_TIME_STEP:int{0} IC:string{auto_ic}} MaxTempAboveAmbient:double{10} "
+              "SetNodesUsingResults:int{0} TraceWeight:double{1}");
+    EXPECT_EQ(tw.GetTraceWidthAnalysis().GetSinkName(), "TraceWidthAnalysis");
+    EXPECT_EQ(tw.GetTraceWidthAnalysis().GetSinkDescription(), "Trace Width Event Sink");
+    // Every pin current is saved: no output variable needs choosing.
+    EXPECT_EQ(tw.GetAnalysisNodes().GetSelected(), 0);
+    EXPECT_EQ(tw.CanSimulate(), 1);
+    EXPECT_EQ(tw.KeepTrackOfCurrentsAtComponentTerminals(), 1);
+}
+
+TEST(TraceWidthAnalysis, SettingsRoundTripWithTheirTransient) {
+    TraceWidth tw;
+    tw.SetTraceWeight(2);
+    tw.SetMaxTempAboveAmbient(20);
+    tw.SetSetNodesUsingResults(1);
+    tw.SetTstop(5e-3);
+    tw.SetIc(TranAnalysis::Uic);
+    tw.SetCalc_tstep(0);
+    tw.SetTstep(1e-6, 0, 0);
+
+    TraceWidth copy;
+    ASSERT_EQ(copy.fromPropertyItem(tw.toPropertyItem()), 1);
+    EXPECT_EQ(copy.toPropertyItem().GetField(), tw.toPropertyItem().GetField());
+    copy.reset();
+    EXPECT_EQ(copy.GetTraceWeight(), 1.0);
+    EXPECT_EQ(copy.GetTstop(), 0.001);
+    EXPECT_EQ(copy.GetIc(), TranAnalysis::AutoIc);
+
+    // An unknown key fails the record, later keys still apply; a "Tran" that is no list is
+    // skipped.
+    TraceWidthAnalysis settings;
+    EXPECT_EQ(
+        settings.fromPropertyList(CPropertyList(
+            "Tran:int{3} Bogus:int{1} TraceWeight:double{0.5} MaxTempAboveAmbient:string{x}")),
+        0);
+    EXPECT_EQ(settings.GetTraceWeight(), 0.5);
+    EXPECT_EQ(settings.GetMaxTempAboveAmbient(), 10.0);
+    EXPECT_EQ(settings.GetTstop(), 0.001);
+
+    CTreeCtrl ctrl;
+    CTreeLog log("", "", &ctrl);
+    tw.toReadableText(log, nullptr,
+                      Analyses::Analysis::TT_SETTINGS | Analyses::Analysis::TT_NO_HEADING, nullptr);
+    const std::string text = ctrl.ToText();
+    EXPECT_NE(text.find("  Maximum temperature rise above ambient (degrees C): 20\n"
+                        "  Copper weight (oz per square foot): 2\n"
+                        "  Hand the trace widths to the schematic: yes\n"),
+              std::string::npos)
+        << text;
+}
+
+TEST(TraceWidthAnalysis, RunLogsTheLargestCurrentPerPinSortedByComponentAndPin) {
+    TraceRun run(TransientPlot(kVectors, kRows));
+    EXPECT_EQ(run.Run(), 1);
+    EXPECT_EQ(run.engine.Commands(),
+              std::vector<CString>{"-param hrange 0 0.001; tran  -env-options 0.001 0.001 0 "
+                                   "0.001 auto_ic auto_tstep auto_tmax "});
+    EXPECT_EQ(run.engine.GetAnalysisEventSink(), nullptr);
+    ASSERT_EQ(run.engine.GetGrapherPages().size(), 1u);
+    EXPECT_EQ(run.Page().GetTitle(), "Trace Width Analysis");
+    ASSERT_EQ(run.Page().GetChartLogs().size(), 1u);
+    EXPECT_EQ(run.Log().GetTitle(), "Trace Width Results");
+    // r2 before r10; the time-0 value of q2 pin 3 stands; negative currents count by magnitude.
+    EXPECT_EQ(LogLines(run.Log()), (std::vector<std::string>{
+                                       "Component:q2  ,Pin #1,Trace Width = 78.7736 mils I=2",
+                                       "Component:q2  ,Pin #2,Trace Width = 0 mils I=0",
+                                       "Component:q2  ,Pin #3,Trace Width = 137.805 mils I=3",
+                                       "Component:r2  ,Pin #$0,Trace Width = 52.9726 mils I=1.5",
+                                       "Component:r10 ,Pin #1,Trace Width = 30.2808 mils I=1",
+                                       "Component:r10 ,Pin #2,Trace Width = 11.64 mils I=0.5",
+                                   }));
+
+    ASSERT_EQ(run.Page().GetCharts().size(), 1u);
+    const CGrapherChart& table = run.Page().GetCharts()[0];
+    EXPECT_EQ(table.title, "Trace Widths");
+    EXPECT_EQ(table.columns,
+              (std::vector<CString>{"component", "pin", "current (A)", "width (mils)"}));
+    ASSERT_EQ(table.rows.size(), 6u);
+    EXPECT_EQ(table.rows[0][0], "q2");
+    EXPECT_EQ(table.rows[0][1], "1");
+    EXPECT_EQ(table.rows[0][2], "2");
+    // Full precision, not the log's six digits: the text reads back to the same width.
+    EXPECT_EQ(std::stod(table.rows[0][3].str()), TraceWidthMils(2.0, 10.0, 1.0));
+    EXPECT_GT(table.rows[0][3].GetLength(), 7);
+    EXPECT_EQ(table.rows[1][3], "0");
+
+    // The data list is left in the reported order, without the vectors that are no pins.
+    TraceWidthAnalysis settings(&run.analyses);
+    run.engine.SetAnalysisEventSink(&settings);
+    settings.SetMaxTempAboveAmbient(5);
+    settings.SetTraceWeight(2);
+    ASSERT_EQ(settings.ExecuteAnalysis(), 1);
+    run.engine.SetAnalysisEventSink(nullptr);
+    const auto& list = settings.GetDataList();
+    ASSERT_EQ(list.GetCount(), 6u);
+    EXPECT_EQ(list[0].GetVectorName(), "xq2.pinvoltagevq2--1#branch");
+    EXPECT_EQ(list[5].GetMaxCurrent(), 0.5);
+    EXPECT_EQ(LogLines(run.Log())[0], "Component:q2  ,Pin #1,Trace Width = " +
+                                          CString::Formatted("%lg", TraceWidthMils(2, 5, 2)).str() +
+                                          " mils I=2");
+}
+
+TEST(TraceWidthAnalysis, NaturalOrderCountsDigitRuns) {
+    TraceRun run(TransientPlot({"time", "xR10.pinvoltagevr10#branch", "xr9.pinvoltagevr9#branch",
+                                "xq1.pinvoltagevq1--10#branch", "xq1.pinvoltagevq1--02#branch",
+                                "xr009a.pinvoltagev#branch"},
+                               {{0.0, 1, 1, 1, 1, 1}}));
+    ASSERT_EQ(run.Run(), 1);
+    std::vector<std::string> order;
+    for (const auto& row : run.Page().GetCharts()[0].rows)
+        order.push_back(row[0].str() + "/" + row[1].str());
+    EXPECT_EQ(order, (std::vector<std::string>{"q1/02", "q1/10", "r9/$0", "r009a/$0", "R10/$0"}));
+}
+
+TEST(TraceWidthAnalysis, PlotWithoutPinCurrentsGivesAnEmptyLog) {
+    TraceRun run(TransientPlot({"time", "v(out)", "v1#branch"}, {{0.0, 1, 2}, {1e-3, 2, 3}}));
+    EXPECT_EQ(run.Run(), 1);
+    EXPECT_EQ(run.Log().GetTitle(), "Trace Width Results");
+    EXPECT_TRUE(run.Log().GetEntries().empty());
+    EXPECT_TRUE(run.Page().GetCharts()[0].rows.empty());
+
+    // A stop reports what was measured up to it but fails the run.
+    TraceRun stopped(TransientPlot(kVectors, kRows));
+    stopped.engine.StopAfterPolls(0);
+    EXPECT_EQ(stopped.Run(), 0);
+    EXPECT_EQ(LogLines(stopped.Log())[2], "Component:q2  ,Pin #3,Trace Width = 137.805 mils I=3");
+    EXPECT_EQ(LogLines(stopped.Log())[0], "Component:q2  ,Pin #1,Trace Width = 1.26432 mils I=0.1");
+
+    TraceWidthAnalysis orphan;
+    EXPECT_EQ(orphan.ExecuteAnalysis(), 0);
+}
+
+TEST(TraceWidthAnalysis, DiagnosticFilesGoToTheOutputFolderOnly) {
+    TempFolder folder;
+    ASSERT_FALSE(folder.Path().empty());
+    TraceRun run(TransientPlot(kVectors, kRows));
+    run.engine.SetOutputFolder(folder.Path().string().c_str());
+    ASSERT_EQ(run.Run(), 1);
+
+    std::string tran;
+    for (const auto& maxima : kMaximaAfterRow)
+        for (size_t i = 0; i < 6; ++i)
+            tran += std::string(kPinVectors[i]) + "  " + maxima[i] + "\n";
+    tran += "last values:\n";
+    for (size_t i = 0; i < 6; ++i)
+        tran += std::string(kPinVectors[i]) + "  " + kMaximaAfterRow[2][i] + "\n";
+    EXPECT_EQ(folder.Read("tw_data_tran"), tran);
+    // The records as the plot listed them: vector, maximum, component, pin.
+    EXPECT_EQ(folder.Read("tw_data"), "xr10.pinvoltagevr10--1#branch 1 r10 1\n"
+                                      "xq2.pinvoltagevq2--3#branch 3 q2 3\n"
+                                      "xr10.pinvoltagevr10--2#branch 0.5 r10 2\n"
+                                      "xq2.pinvoltagevq2--1#branch 2 q2 1\n"
+                                      "xr2.pinvoltagevr2#branch 1.5 r2 $0\n"
+                                      "xq2.pinvoltagevq2--2#branch 0 q2 2\n");
+
+    // Without a folder nothing is written anywhere; a folder that cannot be
+    // written loses the files, never the log.
+    const fs::path here = fs::current_path();
+    TraceRun none(TransientPlot(kVectors, kRows));
+    ASSERT_EQ(none.Run(), 1);
+    EXPECT_FALSE(fs::exists(here / "tw_data"));
+    EXPECT_FALSE(fs::exists(here / "tw_data_tran"));
+
+    TraceRun unwritable(TransientPlot(kVectors, kRows));
+    unwritable.engine.SetOutputFolder((folder.Path() / "missing" / "deeper").string().c_str());
+    EXPECT_EQ(unwritable.Run(), 1);
+    EXPECT_EQ(unwritable.Log().GetEntries().size(), 6u);
+    EXPECT_FALSE(fs::exists(folder.Path() / "missing"));
+}
+
+TEST(TraceWidthAnalysis, ResultsGoToTheSnapInOnlyWhenAsked) {
+    TraceRun quiet(TransientPlot(kVectors, kRows));
+    ASSERT_EQ(quiet.Run(), 1);
+    EXPECT_TRUE(quiet.engine.ParameterSets().empty());
+
+    TraceRun run(TransientPlot(kVectors, kRows));
+    TraceWidth tw(&run.analyses);
+    tw.SetSetNodesUsingResults(1);
+    ASSERT_EQ(run.Run(tw), 1);
+    const auto& sets = run.engine.ParameterSets();
+    ASSERT_EQ(sets.size(), 6u);
+    EXPECT_EQ(sets[0].id, SNAPIN_TRACE_WIDTH);
+    EXPECT_EQ(sets[0].names, (CStringArray{"q2", "1"}));
+    EXPECT_EQ(std::stod(sets[0].value.str()), TraceWidthMils(2.0, 10.0, 1.0));
+    EXPECT_EQ(sets[3].names, (CStringArray{"r2", "$0"}));
+    EXPECT_EQ(sets[5].names, (CStringArray{"r10", "2"}));
+}
+
+TEST(TraceWidthAnalysis, MainAnalysisIsTheCollectionsTraceWidth) {
+    TestCollection analyses;
+    TraceWidth main(&analyses);
+    main.SetTraceWeight(3);
+    main.SetTstop(7e-3);
+    TraceWidth other(&analyses);
+    Analyses::AnalysisProxy proxy(&other, 0);
+    EXPECT_EQ(proxy.LoadFromMainAnalysis(), 0);
+    analyses.RegisterAnalysis(Analyses::AnalysisType::TraceWidth, &main);
+
+    ASSERT_EQ(proxy.GetTraceWidthPtr(), &other);
+    EXPECT_EQ(proxy.GetTranPtr(), nullptr);
+    EXPECT_EQ(proxy.LoadFromMainAnalysis(), 1);
+    EXPECT_EQ(other.GetTraceWeight(), 3);
+    EXPECT_EQ(other.GetTstop(), 7e-3);
+}
+
+} // namespace
