@@ -1,15 +1,18 @@
 // The compound request table and the keyword dispatch through it.
 #include "engine/compound_commands.h"
 
+#include "analyses/compound/psweep.h"
 #include "engine/simulation_engine.h"
 
 #include <vector>
 
 std::span<const CompoundCommand> CompoundCommands() {
     // One line per compound analysis, in this order: "psweep", "tsweep",
-    // "MONTE", "WORST", "TRACEWIDTH", "NOISE_FIGURE". The analyses are not in
-    // the library yet, so every keyword is unknown for now.
-    static const std::vector<CompoundCommand> table = {};
+    // "MONTE", "WORST", "TRACEWIDTH", "NOISE_FIGURE".
+    static const std::vector<CompoundCommand> table = {
+        {"psweep", &Analyses::Psweep::s_ExecuteCommand},
+        {"tsweep", &Analyses::Tsweep::s_ExecuteCommand},
+    };
     return table;
 }
 
