@@ -489,13 +489,21 @@ void ParameterSweep::FinishPage(CASimulationEngine& engine) {
 }
 
 int ParameterSweep::RunInner(CASimulationEngine& engine, long* counter) {
+    // Only the plots of the inner run are results; a temperature change is not one.
+    const auto run = [&](const CString& command) {
+        collecting_ = true;
+        const int result = engine.SilentExecuteSimulatorCommand(command);
+        collecting_ = false;
+        collected_.clear();
+        return result;
+    };
     switch (analysisType_) {
     case InnerOp:
-        return engine.SilentExecuteSimulatorCommand("op;");
+        return run("op;");
     case InnerAc:
-        return engine.SilentExecuteSimulatorCommand(ac_.toNutmegCommand());
+        return run(ac_.toNutmegCommand());
     case InnerTran:
-        return engine.SilentExecuteSimulatorCommand(tran_.toNutmegCommand());
+        return run(tran_.toNutmegCommand());
     case InnerSweep: {
         if (!nested_)
             return 0;
@@ -585,7 +593,7 @@ int ParameterSweep::ExecuteAnalysis(const char* text, long* counter) {
 int ParameterSweep::OUTpBeginPlot(const CSpiceArgs& args) {
     collected_.clear();
     const CSpicePlotInfo* plot = args.GetPlotInfo();
-    if (!plot || !page_ || !GetEventOwner())
+    if (!plot || !collecting_ || !page_ || !GetEventOwner())
         return 1;
     plot_ = *plot;
     realPlot_ = 1;

@@ -186,6 +186,7 @@ private:
         int vector;
         CGrapherTrace* trace;
     };
+    bool collecting_ = false; ///< an inner run is under way
     CSpicePlotInfo plot_;
     std::vector<Collected> collected_;
 };
