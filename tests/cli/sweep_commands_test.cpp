@@ -39,130 +39,112 @@ protected:
                             << analysis << "}}\n";
         return path;
     }
-    Result Plan(const std::string& nickname, const std::string& analysis) {
-        return Canal({"plan", nickname, "--settings", Settings(nickname, analysis)});
-    }
 
 private:
     std::filesystem::path dir_;
     int files_ = 0;
 };
 
-TEST_F(SweepFile, LinearTemperatureSweepOverTheDefaultTransient) {
-    const Result r = Plan("TSWEEP", "TemperatureSweep:list{Variation:int{1} Start:double{250} "
-                                    "Stop:double{350} NumItems:double{3}} SweepType:int{2}");
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.err, "");
-    EXPECT_EQ(r.out, "exec: set temp = 250\n" + kDefaultTran + "exec: set temp = 300\n" +
-                         kDefaultTran + "exec: set temp = 350\n" + kDefaultTran +
-                         "exec: set -temp\n"
-                         "log: Temperature Sweep\n"
-                         "log:   TEMP=250: Temperature=250\n"
-                         "log:   TEMP=300: Temperature=300\n"
-                         "log:   TEMP=350: Temperature=350\n"
-                         "result: 1\n");
-}
-
-TEST_F(SweepFile, DecadeModelSweepOverOperatingPoints) {
-    const Result r =
-        Plan("PSWEEP", "ModelSweep:list{Variation:int{0} Start:double{1} Stop:double{100} "
-                       "NumItems:double{0}} SweepType:int{1} AnalysisType:int{0} "
-                       "ModelToSweep:list{device:string{Diode} model:string{dmod} isinst:int{0}} "
-                       "ModelParamToSweep:list{name:string{rs} value:double{5}}");
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "param 2019 Diode dmod rs = 1\n"
-                     "exec: op;\n"
-                     "param 2019 Diode dmod rs = 10\n"
-                     "exec: op;\n"
-                     "param 2019 Diode dmod rs = 100\n"
-                     "exec: op;\n"
-                     "param 2019 Diode dmod rs = 5\n"
-                     "log: Parameter Sweep\n"
-                     "log:   SWEEP#1: dmod[rs]=1\n"
-                     "log:   SWEEP#2: dmod[rs]=10\n"
-                     "log:   SWEEP#3: dmod[rs]=100\n"
-                     "result: 1\n");
-}
-
-TEST_F(SweepFile, OctaveInstanceSweepOverItsOwnAcSettings) {
-    // Only the instance is named: device and model print as "-". The point count is
-    // recounted from start and stop.
-    const Result r = Plan("PSWEEP", "DeviceSweep:list{Variation:int{2} Start:double{1000} "
-                                    "Stop:double{4000} NumItems:double{0}} AnalysisType:int{1} "
-                                    "InstToSweep:list{name:string{r2}} "
-                                    "InstParamToSweep:list{name:string{resistance} "
-                                    "value:double{2000}} "
-                                    "Ac:list{VARIATION:string{lin} NPOINTS_PER_VARIATION:double{5} "
-                                    "FSTART:double{100} FSTOP:double{500}}");
-    EXPECT_EQ(r.status, 0) << r.err;
+TEST_F(SweepFile, PlanPrintsEveryRequestInOrderForEveryWalk) {
     const std::string ac = "exec: -param vscale lin; -param hscale lin; -param hrange 100 500; "
                            "ac  -env-options lin 5 100 500 \n";
-    EXPECT_EQ(r.out, "param 2018 - - r2 resistance = 1000\n" + ac +
-                         "param 2018 - - r2 resistance = 2000\n" + ac +
-                         "param 2018 - - r2 resistance = 4000\n" + ac +
-                         "param 2018 - - r2 resistance = 2000\n"
-                         "log: Parameter Sweep\n"
-                         "log:   SWEEP#1: r2[resistance]=1000\n"
-                         "log:   SWEEP#2: r2[resistance]=2000\n"
-                         "log:   SWEEP#3: r2[resistance]=4000\n"
-                         "result: 1\n");
-}
-
-TEST_F(SweepFile, ListTemperatureSweepAsTheHelpShowsIt) {
-    const Result r = Plan("TSWEEP", "TemperatureSweep:list{Variation:int{3} "
-                                    "List:array{250 300.15 350}} SweepType:int{2} "
-                                    "AnalysisType:int{0}");
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "exec: set temp = 250\n"
-                     "exec: op;\n"
-                     "exec: set temp = 300.15\n"
-                     "exec: op;\n"
-                     "exec: set temp = 350\n"
-                     "exec: op;\n"
-                     "exec: set -temp\n"
-                     "log: Temperature Sweep\n"
-                     "log:   TEMP=250: Temperature=250\n"
-                     "log:   TEMP=300.15: Temperature=300.15\n"
-                     "log:   TEMP=350: Temperature=350\n"
-                     "result: 1\n");
-    // The help's example is this file.
+    struct Case {
+        const char* nickname;
+        std::string analysis;
+        std::string plan;
+    };
+    const Case cases[] = {
+        // Linear temperatures over the default transient.
+        {"TSWEEP",
+         "TemperatureSweep:list{Variation:int{1} Start:double{250} Stop:double{350} "
+         "NumItems:double{3}} SweepType:int{2}",
+         "exec: set temp = 250\n" + kDefaultTran + "exec: set temp = 300\n" + kDefaultTran +
+             "exec: set temp = 350\n" + kDefaultTran +
+             "exec: set -temp\n"
+             "log: Temperature Sweep\n"
+             "log:   TEMP=250: Temperature=250\n"
+             "log:   TEMP=300: Temperature=300\n"
+             "log:   TEMP=350: Temperature=350\n"
+             "result: 1\n"},
+        // Decades of a model parameter over operating points; the stored value comes back.
+        {"PSWEEP",
+         "ModelSweep:list{Variation:int{0} Start:double{1} Stop:double{100} NumItems:double{0}} "
+         "SweepType:int{1} AnalysisType:int{0} "
+         "ModelToSweep:list{device:string{Diode} model:string{dmod} isinst:int{0}} "
+         "ModelParamToSweep:list{name:string{rs} value:double{5}}",
+         "param 2019 Diode dmod rs = 1\nexec: op;\n"
+         "param 2019 Diode dmod rs = 10\nexec: op;\n"
+         "param 2019 Diode dmod rs = 100\nexec: op;\n"
+         "param 2019 Diode dmod rs = 5\n"
+         "log: Parameter Sweep\n"
+         "log:   SWEEP#1: dmod[rs]=1\n"
+         "log:   SWEEP#2: dmod[rs]=10\n"
+         "log:   SWEEP#3: dmod[rs]=100\n"
+         "result: 1\n"},
+        // Octaves of an instance named alone (device and model print as "-"), over the
+        // sweep's own AC settings; the point count is recounted from start and stop.
+        {"PSWEEP",
+         "DeviceSweep:list{Variation:int{2} Start:double{1000} Stop:double{4000} "
+         "NumItems:double{0}} AnalysisType:int{1} InstToSweep:list{name:string{r2}} "
+         "InstParamToSweep:list{name:string{resistance} value:double{2000}} "
+         "Ac:list{VARIATION:string{lin} NPOINTS_PER_VARIATION:double{5} FSTART:double{100} "
+         "FSTOP:double{500}}",
+         "param 2018 - - r2 resistance = 1000\n" + ac + "param 2018 - - r2 resistance = 2000\n" +
+             ac + "param 2018 - - r2 resistance = 4000\n" + ac +
+             "param 2018 - - r2 resistance = 2000\n"
+             "log: Parameter Sweep\n"
+             "log:   SWEEP#1: r2[resistance]=1000\n"
+             "log:   SWEEP#2: r2[resistance]=2000\n"
+             "log:   SWEEP#3: r2[resistance]=4000\n"
+             "result: 1\n"},
+        // A list of temperatures, as the help shows it.
+        {"TSWEEP",
+         "TemperatureSweep:list{Variation:int{3} List:array{250 300.15 350}} SweepType:int{2} "
+         "AnalysisType:int{0}",
+         "exec: set temp = 250\nexec: op;\n"
+         "exec: set temp = 300.15\nexec: op;\n"
+         "exec: set temp = 350\nexec: op;\n"
+         "exec: set -temp\n"
+         "log: Temperature Sweep\n"
+         "log:   TEMP=250: Temperature=250\n"
+         "log:   TEMP=300.15: Temperature=300.15\n"
+         "log:   TEMP=350: Temperature=350\n"
+         "result: 1\n"},
+        // A nested temperature sweep, hand-written under the TSWEEP label, runs in full for
+        // every outer value; one counter numbers the runs of both levels.
+        {"PSWEEP",
+         "DeviceSweep:list{Variation:int{1} Start:double{1000} Stop:double{2000} "
+         "NumItems:double{2}} AnalysisType:int{3} InstToSweep:list{name:string{r1}} "
+         "InstParamToSweep:list{name:string{resistance} value:double{1000}} "
+         "TSWEEP:list{TemperatureSweep:list{Variation:int{3} List:array{250 350}} "
+         "SweepType:int{2} AnalysisType:int{0}}",
+         "param 2018 - - r1 resistance = 1000\n"
+         "exec: set temp = 250\nexec: op;\nexec: set temp = 350\nexec: op;\nexec: set -temp\n"
+         "param 2018 - - r1 resistance = 2000\n"
+         "exec: set temp = 250\nexec: op;\nexec: set temp = 350\nexec: op;\nexec: set -temp\n"
+         "param 2018 - - r1 resistance = 1000\n"
+         "log: Parameter Sweep\n"
+         "log:   SWEEP#1: r1[resistance]=1000\n"
+         "log:     TEMP=250: r1[resistance]=1000, Temperature=250\n"
+         "log:     TEMP=350: r1[resistance]=1000, Temperature=350\n"
+         "log:   SWEEP#4: r1[resistance]=2000\n"
+         "log:     TEMP=250: r1[resistance]=2000, Temperature=250\n"
+         "log:     TEMP=350: r1[resistance]=2000, Temperature=350\n"
+         "result: 1\n"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.analysis);
+        const Result r =
+            Canal({"plan", c.nickname, "--settings", Settings(c.nickname, c.analysis)});
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.err, "");
+        EXPECT_EQ(r.out, c.plan);
+    }
     const Result help = Canal({"plan", "--help"});
     EXPECT_NE(help.out.find("TemperatureSweep:list{Variation:int{3} List:array{250 300.15 350}}\n"
                             "      SweepType:int{2} AnalysisType:int{0}}}"),
               std::string::npos)
         << help.out;
-}
-
-TEST_F(SweepFile, NestedSweepRunsInFullForEveryOuterValue) {
-    // A hand-written nested record may carry either sweep nickname as its label.
-    const Result r =
-        Plan("PSWEEP", "DeviceSweep:list{Variation:int{1} Start:double{1000} Stop:double{2000} "
-                       "NumItems:double{2}} AnalysisType:int{3} InstToSweep:list{name:string{r1}} "
-                       "InstParamToSweep:list{name:string{resistance} value:double{1000}} "
-                       "TSWEEP:list{TemperatureSweep:list{Variation:int{3} List:array{250 350}} "
-                       "SweepType:int{2} AnalysisType:int{0}}");
-    EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "param 2018 - - r1 resistance = 1000\n"
-                     "exec: set temp = 250\n"
-                     "exec: op;\n"
-                     "exec: set temp = 350\n"
-                     "exec: op;\n"
-                     "exec: set -temp\n"
-                     "param 2018 - - r1 resistance = 2000\n"
-                     "exec: set temp = 250\n"
-                     "exec: op;\n"
-                     "exec: set temp = 350\n"
-                     "exec: op;\n"
-                     "exec: set -temp\n"
-                     "param 2018 - - r1 resistance = 1000\n"
-                     "log: Parameter Sweep\n"
-                     "log:   SWEEP#1: r1[resistance]=1000\n"
-                     "log:     TEMP=250: r1[resistance]=1000, Temperature=250\n"
-                     "log:     TEMP=350: r1[resistance]=1000, Temperature=350\n"
-                     "log:   SWEEP#4: r1[resistance]=2000\n"
-                     "log:     TEMP=250: r1[resistance]=2000, Temperature=250\n"
-                     "log:     TEMP=350: r1[resistance]=2000, Temperature=350\n"
-                     "result: 1\n");
 }
 
 TEST_F(SweepFile, PlanChecksItsArgumentsAndPlainAnalysesPrintTheirStatements) {
