@@ -246,13 +246,13 @@ CString ParameterSweep::GetError() const {
 
 std::span<const Key> ParameterSweep::Keys() {
     using PropertyKeys::Field;
-    using List = CPropertyItem;
+    using Item = CPropertyItem;
     // Each nested record is skipped when its value is no list and fails the record when it
     // does not read.
     auto variation = []<SweepType T>(Kind<T>, const char* label) -> Key {
         return {label,
                 [](const ParameterSweep& s, const char* name, CPropertyList& list) {
-                    list.AddItem(List(name, s.variations_[T].toPropertyList()));
+                    list.AddItem(Item(name, s.variations_[T].toPropertyList()));
                 },
                 [](ParameterSweep& s, const CPropertyItem& item) {
                     return !IsList(item) ||
@@ -263,7 +263,7 @@ std::span<const Key> ParameterSweep::Keys() {
         return {label,
                 [](const ParameterSweep& s, const char* name, CPropertyList& list) {
                     // The member's record is a cache it rebuilds on demand.
-                    list.AddItem(List(name, s.members_[T].toPropertyList(0)));
+                    list.AddItem(Item(name, s.members_[T].toPropertyList(0)));
                 },
                 [](ParameterSweep& s, const CPropertyItem& item) {
                     return !IsList(item) || s.members_[T].fromPropertyList(
@@ -274,7 +274,7 @@ std::span<const Key> ParameterSweep::Keys() {
     auto parameter = []<SweepType T>(Kind<T>, const char* label) -> Key {
         return {label,
                 [](const ParameterSweep& s, const char* name, CPropertyList& list) {
-                    list.AddItem(List(name, s.params_[T].toPropertyList()));
+                    list.AddItem(Item(name, s.params_[T].toPropertyList()));
                 },
                 [](ParameterSweep& s, const CPropertyItem& item) {
                     return !IsList(item) ||
@@ -294,14 +294,14 @@ std::span<const Key> ParameterSweep::Keys() {
         parameter(Kind<ModelSweep>{}, "ModelParamToSweep"),
         {"Ac",
          [](const ParameterSweep& s, const char* name, CPropertyList& list) {
-             list.AddItem(List(name, s.ac_.toPropertyList()));
+             list.AddItem(Item(name, s.ac_.toPropertyList()));
          },
          [](ParameterSweep& s, const CPropertyItem& item) {
              return !IsList(item) || s.ac_.fromPropertyList(item.GetPropertyList()) != 0;
          }},
         {"Tran",
          [](const ParameterSweep& s, const char* name, CPropertyList& list) {
-             list.AddItem(List(name, s.tran_.toPropertyList()));
+             list.AddItem(Item(name, s.tran_.toPropertyList()));
          },
          [](ParameterSweep& s, const CPropertyItem& item) {
              return !IsList(item) || s.tran_.fromPropertyList(item.GetPropertyList()) != 0;
@@ -312,7 +312,7 @@ std::span<const Key> ParameterSweep::Keys() {
         {nullptr,
          [](const ParameterSweep& s, const char*, CPropertyList& list) {
              if (s.nested_)
-                 list.AddItem(List(s.nested_->GetAnalysisName(), s.nested_->toPropertyList()));
+                 list.AddItem(Item(s.nested_->GetAnalysisName(), s.nested_->toPropertyList()));
          },
          nullptr},
         Field<&ParameterSweep::groupAllTraces_>("GroupTraces"),
@@ -462,9 +462,9 @@ void ParameterSweep::OpenPage(CASimulationEngine& engine, const CString& quantit
         page_->SetFontName(GetResourceString(IDS_PSWEEP_FONT));
         runLog_ = &page_->AddChartLog(title);
     }
-    if (analysisType_ == InnerSweep)
-        return; // the innermost level knows what the x axis is
     switch (analysisType_) {
+    case InnerSweep:
+        break; // the innermost level knows what the x axis is
     case InnerAc:
         page_->SetXAxis(GetResourceString(IDS_PSWEEP_AXIS_FREQUENCY), GetXAxisUnitString());
         break;
