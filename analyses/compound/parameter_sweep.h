@@ -107,10 +107,12 @@ public:
     int fromPropertyList(const CPropertyList& list);
     void toReadableText(CTreeLog& log, _TREEITEM* parent) const;
 
-    /// Runs the sweep: once per value of the current variation, apply the value, run the inner
-    /// analysis and collect its traces on the engine's page. `text` (may be null) labels the
-    /// values of an outer sweep; `counter` (may be null) counts runs across nested levels.
-    /// 0 without a collection, when a simulator command failed or when a stop was requested.
+    /// Runs the sweep as the engine's event sink: per value of the current variation, apply
+    /// it, run the inner analysis and add its traces to the engine's open page (a page per
+    /// value when traces are not grouped) with a line in the page's run log; then put the
+    /// remembered value back. `text` (may be null) is the outer sweep's current label;
+    /// `counter` (may be null) numbers the runs across nested levels. 1 when the walk
+    /// completed; 0 without a collection, when a simulator command failed or on a stop.
     int ExecuteAnalysis(const char* text, long* counter);
 
     // Run state, valid while ExecuteAnalysis runs (and the last values after it).
