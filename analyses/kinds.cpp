@@ -6,6 +6,7 @@
 
 // One include per kind with a class.
 #include "analyses/compound/noise_figure.h"
+#include "analyses/compound/psweep.h"
 #include "analyses/compound/trace_width.h"
 #include "analyses/single/ac.h"
 #include "analyses/single/dc_sweep.h"
@@ -39,8 +40,8 @@ constexpr AnalysisKind kKinds[] = {
     {T::Noise, "NOISE", IDS_NAME_NOISE, &Create<Analyses::Noise>},
     {T::Disto, "DISTO", IDS_NAME_DISTO, &Create<Analyses::Disto>},
     {T::DcSweep, "DC_SWEEP", IDS_NAME_DC_SWEEP, &Create<Analyses::DcSweep>},
-    {T::Psweep, "PSWEEP", IDS_NAME_PSWEEP, nullptr},
-    {T::Tsweep, "TSWEEP", IDS_NAME_TSWEEP, nullptr},
+    {T::Psweep, "PSWEEP", IDS_NAME_PSWEEP, &Create<Analyses::Psweep>},
+    {T::Tsweep, "TSWEEP", IDS_NAME_TSWEEP, &Create<Analyses::Tsweep>},
     {T::Pz, "PZ", IDS_NAME_PZ, &Create<Analyses::Pz>},
     {T::Tf, "TF", IDS_NAME_TF, &Create<Analyses::Tf>},
     {T::Sens, "SENS", IDS_NAME_SENS, &Create<Analyses::Sens>},

@@ -3,6 +3,7 @@
 #include "analyses/core/analysis_proxy.h"
 
 #include "analyses/compound/noise_figure.h"
+#include "analyses/compound/psweep.h"
 #include "analyses/compound/trace_width.h"
 #include "analyses/single/ac.h"
 #include "analyses/single/dc_sweep.h"
@@ -16,6 +17,8 @@
 #include "analyses/single/tf.h"
 #include "analyses/single/tran.h"
 #include "analyses/single/user.h"
+
+#include <type_traits>
 
 Analyses::Op* Analyses::AnalysisProxy::GetOpPtr() {
     return KindCast<Op>(analysis_);
@@ -100,6 +103,51 @@ Analyses::TraceWidth* Analyses::AnalysisProxy::GetTraceWidthPtr() {
 }
 const Analyses::TraceWidth* Analyses::AnalysisProxy::GetTraceWidthPtr() const {
     return KindCast<TraceWidth>(GetAnalysisPtr());
+}
+
+namespace {
+
+// The sweep held by `a` when it answers `kind`; a Tsweep is a Psweep, and a Psweep may answer
+// either kind, so the class test is the base's.
+template <class A> auto* SweepOfKind(A* a, Analyses::AnalysisType kind) {
+    using Result = std::conditional_t<std::is_const_v<A>, const Analyses::Psweep, Analyses::Psweep>;
+    return a && a->GetType() == kind ? dynamic_cast<Result*>(a) : nullptr;
+}
+
+} // namespace
+
+Analyses::Psweep* Analyses::AnalysisProxy::GetPsweepPtr() {
+    return SweepOfKind(analysis_, AnalysisType::Psweep);
+}
+const Analyses::Psweep* Analyses::AnalysisProxy::GetPsweepPtr() const {
+    return SweepOfKind(GetAnalysisPtr(), AnalysisType::Psweep);
+}
+Analyses::Psweep* Analyses::AnalysisProxy::GetTsweepPtr() {
+    return SweepOfKind(analysis_, AnalysisType::Tsweep);
+}
+const Analyses::Psweep* Analyses::AnalysisProxy::GetTsweepPtr() const {
+    return SweepOfKind(GetAnalysisPtr(), AnalysisType::Tsweep);
+}
+
+void Analyses::AnalysisProxy::SetAnalysisNickname(AnalysisType type) {
+    auto* held = dynamic_cast<Psweep*>(analysis_);
+    if (!held)
+        return;
+    ParameterSweep& sweep = held->GetParameterSweep();
+    if (type == AnalysisType::Psweep) {
+        sweep.SetNickName(AnalysisNickname(AnalysisType::Psweep));
+        if (sweep.GetSweepAnalysisType() == ParameterSweep::InnerTran) {
+            sweep.deleteNestedSweep();
+            sweep.SetSweepAnalysisType(ParameterSweep::InnerOp);
+        }
+    } else if (type == AnalysisType::Tsweep) {
+        sweep.SetNickName(AnalysisNickname(AnalysisType::Tsweep));
+        if (sweep.GetType() == AnalysisType::Tsweep &&
+            sweep.GetSweepAnalysisType() != ParameterSweep::InnerTran) {
+            sweep.deleteNestedSweep();
+            sweep.SetSweepAnalysisType(ParameterSweep::InnerTran);
+        }
+    }
 }
 
 int Analyses::AnalysisProxy::LoadFromMainAnalysis() {

@@ -3,6 +3,7 @@
 #include "cli/commands.h"
 
 #include "cli/args.h"
+#include "cli/plan.h"
 #include "cli/run.h"
 #include "cli/settings.h"
 #include "platform/resources.h"
@@ -107,6 +108,8 @@ const std::vector<Command>& Commands() {
          IDS_CLI_SUMMARY_PROPS,    IDS_CLI_HELP_PROPS,    AnalysesAndPostProc, &PrintProps},
         {"run",      {"CIRCUIT", "NICKNAME"}, {"--settings", "--save", "--out"},
          IDS_CLI_SUMMARY_RUN,      IDS_RUN_HELP,          Analyses,            &RunAnalysis},
+        {"plan",     {"NICKNAME"},            {"--settings", "--seed"},
+         IDS_CLI_SUMMARY_PLAN,     IDS_PLAN_HELP,         Analyses,            &PlanAnalysis},
         {"demo",     {},                      {"--out"},
          IDS_CLI_SUMMARY_DEMO,     IDS_DEMO_HELP,         None,                &RunDemo},
     };

@@ -2,6 +2,7 @@
 #include "engine/compound_commands.h"
 
 #include "analyses/compound/noise_figure.h"
+#include "analyses/compound/psweep.h"
 #include "analyses/compound/trace_width.h"
 #include "engine/simulation_engine.h"
 
@@ -11,6 +12,8 @@ std::span<const CompoundCommand> CompoundCommands() {
     // One line per compound analysis, in this order: "psweep", "tsweep",
     // "MONTE", "WORST", "TRACEWIDTH", "NOISE_FIGURE".
     static const std::vector<CompoundCommand> table = {
+        {"psweep", &Analyses::Psweep::s_ExecuteCommand},
+        {"tsweep", &Analyses::Tsweep::s_ExecuteCommand},
         {"TRACEWIDTH", &ExecuteTraceWidthCommand},
         {"NOISE_FIGURE", &ExecuteNoiseFigureCommand},
     };

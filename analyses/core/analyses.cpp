@@ -11,6 +11,12 @@ bool HasSlot(Analyses::AnalysisType type) {
 
 } // namespace
 
+// Out of line, as the owners need the complete analysis class to clean up.
+Analyses::Analyses() : COrvo(COrvo::Collection) {
+}
+
+Analyses::~Analyses() = default;
+
 Analyses::Analysis* Analyses::GetAnalysis(AnalysisType type) {
     return HasSlot(type) ? byType_[static_cast<int>(type)] : nullptr;
 }

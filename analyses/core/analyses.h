@@ -114,6 +114,16 @@ public:
     class TraceWidth;
     class NoiseFigure;
 
+    /// The collection of one circuit: one new default analysis of every kind that has a
+    /// class, created through the kind table, bound to this collection and owned by it; the
+    /// two sweeps answer PSWEEP and TSWEEP. `engine` is borrowed (may be null: the static
+    /// do-nothing engine) and must outlive its use here.
+    explicit Analyses(CASimulationEngine* engine);
+    /// The analyses point back at their collection, so it neither copies nor moves.
+    Analyses(const Analyses&) = delete;
+    Analyses& operator=(const Analyses&) = delete;
+    ~Analyses() override;
+
     static Analyses* Conv(COrvo* p) {
         return p && p->GetOrvoType() == COrvo::Collection ? static_cast<Analyses*>(p) : nullptr;
     }
@@ -138,12 +148,57 @@ public:
     /// Never null.
     CASimulationEngine* GetAsimEng() const;
 
+    // The collection's own analyses by class; only on a collection built with every kind
+    // (the engine constructor). Defined beside the kind table, in analyses/collection_kinds.cpp.
+    Op& GetOp();
+    Ac& GetAc();
+    Tran& GetTran();
+    Four& GetFour();
+    Noise& GetNoise();
+    Disto& GetDisto();
+    DcSweep& GetDcSweep();
+    Psweep& GetPsweep();
+    Tsweep& GetTsweep();
+    Pz& GetPz();
+    Tf& GetTf();
+    Sens& GetSens();
+    User& GetUser();
+    Run& GetRun();
+
 protected:
-    Analyses() : COrvo(COrvo::Collection) {}
+    /// An empty table, for tests that register analyses of their own.
+    Analyses();
     /// Makes `a` the collection's analysis of `type` (not owned here).
     void RegisterAnalysis(AnalysisType type, Analysis* a);
 
 private:
-    Analysis* byType_[AnalysisTypeCount] = {};
-    CASimulationEngine* asimEng_ = nullptr; ///< null: the static do-nothing engine
+    /// The owning field of each kind, in field order.
+    struct OwnedKind {
+        AnalysisType type;
+        std::unique_ptr<Analysis> Analyses::*field;
+    };
+    static const OwnedKind kOwnedKinds[AnalysisTypeCount - 1];
+
+    // One owner per kind, in this order; null for kinds without a class yet.
+    std::unique_ptr<Analysis> op_;
+    std::unique_ptr<Analysis> ac_;
+    std::unique_ptr<Analysis> tran_;
+    std::unique_ptr<Analysis> four_;
+    std::unique_ptr<Analysis> noise_;
+    std::unique_ptr<Analysis> disto_;
+    std::unique_ptr<Analysis> dcSweep_;
+    std::unique_ptr<Analysis> psweep_;
+    std::unique_ptr<Analysis> traceWidth_;
+    std::unique_ptr<Analysis> noiseFigure_;
+    std::unique_ptr<Analysis> tsweep_;
+    std::unique_ptr<Analysis> pz_;
+    std::unique_ptr<Analysis> tf_;
+    std::unique_ptr<Analysis> sens_;
+    std::unique_ptr<Analysis> worst_;
+    std::unique_ptr<Analysis> monte_;
+    std::unique_ptr<Analysis> user_;
+    std::unique_ptr<Analysis> run_;
+
+    Analysis* byType_[AnalysisTypeCount] = {}; ///< GetAnalysis: the owned ones, or registered
+    CASimulationEngine* asimEng_ = nullptr;    ///< null: the static do-nothing engine
 };

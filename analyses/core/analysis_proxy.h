@@ -67,6 +67,13 @@ public:
     const NoiseFigure* GetNoiseFigurePtr() const;
     TraceWidth* GetTraceWidthPtr();
     const TraceWidth* GetTraceWidthPtr() const;
+    /// The held sweep while it answers Psweep, else null.
+    Psweep* GetPsweepPtr();
+    const Psweep* GetPsweepPtr() const;
+    /// The held sweep while it answers Tsweep, else null. A temperature sweep may be a
+    /// Psweep object whose nickname was switched (SetAnalysisNickname), hence the class.
+    Psweep* GetTsweepPtr();
+    const Psweep* GetTsweepPtr() const;
 
     // Forwarders; an empty proxy answers neutral values and changes nothing.
     AnalysisType GetType() const;
@@ -107,6 +114,12 @@ public:
     int SameAsDefault() const;
     AnalysisProxy* Clone() const { return nullptr; }
     AnalysisProxy* Clone(Instance*&) const { return nullptr; }
+
+    /// Turns a held sweep into a parameter sweep (Psweep) or a temperature sweep (Tsweep) by
+    /// its nickname. To PSWEEP: an inner transient becomes an operating point. To TSWEEP: any
+    /// other inner analysis becomes a transient. Either change drops the nested sweep. Other
+    /// kinds, and proxies without a sweep, are left alone.
+    void SetAnalysisNickname(AnalysisType type);
 
     /// Creates the analysis whose nickname is the item's label, bound to `main`,
     /// and lets it read the item. 0 when `main` is null, the value is not a

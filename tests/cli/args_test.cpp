@@ -102,6 +102,7 @@ TEST(Main, HelpListsEveryCommandAndEachCommandHasItsOwn) {
             "  describe NICKNAME      print the readable summary of its settings\n"
             "  props NICKNAME         print its settings as property text\n"
             "  run CIRCUIT NICKNAME   simulate a circuit with one analysis and write the results\n"
+            "  plan NICKNAME          print what an analysis would ask of the simulator\n"
             "  demo                   run the bundled example and say where the results are\n"
             "\nOptions:\n"),
         std::string::npos)

@@ -1,0 +1,648 @@
+// Parameter and temperature sweeps: settings, record, readable text, and the run with its
+// plot callbacks.
+#include "analyses/compound/parameter_sweep.h"
+
+#include "analyses/compound/psweep.h"
+#include "analyses/core/analysis_text.h"
+#include "engine/simulation_engine.h"
+#include "platform/resources.h"
+
+#include <algorithm>
+#include <type_traits>
+
+namespace {
+
+using Key = PropertyKeys::Key<ParameterSweep>;
+
+// A member with no names at all. Assigning a default member is not enough: a member's
+// assignment keeps the target's names when the source has none.
+void ClearMember(CSPICEdevMember& member, int isinst) {
+    member = CSPICEdevMember();
+    member.CopyNames(CSPICEdevMember());
+    member.SetIsInstance(isinst);
+}
+
+// An exact copy of `source`'s names, whether it has any or not.
+void CopyMember(CSPICEdevMember& target, const CSPICEdevMember& source) {
+    target.CopyNames(source);
+    target = source;
+}
+
+// Points the engine's event sink at `sink` for a scope and puts the previous one back, so
+// that a nested sweep receives the plots of its own runs and its outer sweep those of its.
+class SinkSwap {
+public:
+    SinkSwap(CASimulationEngine& engine, CEventSink* sink)
+        : engine_(engine), previous_(engine.GetAnalysisEventSink()) {
+        engine_.SetAnalysisEventSink(sink);
+    }
+    ~SinkSwap() { engine_.SetAnalysisEventSink(previous_); }
+    SinkSwap(const SinkSwap&) = delete;
+    SinkSwap& operator=(const SinkSwap&) = delete;
+
+private:
+    CASimulationEngine& engine_;
+    CEventSink* previous_;
+};
+
+// The words of an iplot list: the output variables the inner runs are to plot.
+std::vector<CString> Words(const CString& text) {
+    std::vector<CString> words;
+    const std::string& s = text.str();
+    size_t i = 0;
+    while (i < s.size()) {
+        while (i < s.size() && (s[i] == ' ' || s[i] == '\t'))
+            ++i;
+        size_t j = i;
+        while (j < s.size() && s[j] != ' ' && s[j] != '\t')
+            ++j;
+        if (j > i)
+            words.emplace_back(s.substr(i, j - i));
+        i = j;
+    }
+    return words;
+}
+
+// The vectors of `plot` to collect: those the iplot list names, in its order, else every
+// vector but the scale.
+std::vector<int> WantedVectors(const CSpicePlotInfo& plot, const CString& iplot) {
+    std::vector<int> wanted;
+    const auto add = [&](int i) {
+        if (i >= 0 && i != plot.scaleIndex &&
+            std::find(wanted.begin(), wanted.end(), i) == wanted.end())
+            wanted.push_back(i);
+    };
+    const std::vector<CString> names = Words(iplot);
+    if (names.empty()) {
+        for (size_t i = 0; i < plot.vectorNames.size(); ++i)
+            add(static_cast<int>(i));
+    } else {
+        for (const CString& name : names)
+            add(plot.FindVector(name));
+    }
+    return wanted;
+}
+
+template <ParameterSweep::SweepType T>
+using Kind = std::integral_constant<ParameterSweep::SweepType, T>;
+
+bool IsList(const CPropertyItem& item) {
+    return item.GetTypeOfValue() == CPropertyItem::List;
+}
+
+CString OrNone(const CString& name) {
+    return name.IsEmpty() ? GetResourceString(IDS_PSWEEP_NONE) : name;
+}
+
+} // namespace
+
+ParameterSweep::ParameterSweep(const Analyses* owner, int level)
+    : CPlotEventSink(CString::Formatted("%s%d", GetResourceText(IDS_PSWEEP_SINK_NAME), level),
+                     GetResourceString(IDS_PSWEEP_SINK_DESCRIPTION), owner),
+      ac_(owner), tran_(owner), level_(level) {
+    // A new sweep steps through no values. Of the empty walks only an empty list reads back
+    // as it was written (reading a linear record recounts its points: 0 becomes 1, and the
+    // sweep would run once at 0), so that is where every variation starts.
+    for (SweepVariation& v : variations_)
+        v.SetVariation(SweepVariation::list);
+    reset();
+}
+
+ParameterSweep::ParameterSweep(const ParameterSweep& other)
+    : CPlotEventSink(other), ac_(other.ac_), tran_(other.tran_) {
+    structCopy(other);
+}
+
+ParameterSweep::ParameterSweep(const ParameterSweep& other, Instance*) : ParameterSweep(other) {
+}
+
+ParameterSweep& ParameterSweep::operator=(const ParameterSweep& other) {
+    if (this != &other) {
+        CPlotEventSink::operator=(other);
+        structCopy(other);
+    }
+    return *this;
+}
+
+ParameterSweep::~ParameterSweep() = default;
+
+void ParameterSweep::structCopy(const ParameterSweep& other) {
+    if (this == &other)
+        return;
+    sweepType_ = other.sweepType_;
+    analysisType_ = other.analysisType_;
+    for (size_t i = 0; i < members_.size(); ++i)
+        CopyMember(members_[i], other.members_[i]);
+    params_ = other.params_;
+    variations_ = other.variations_;
+    ac_ = other.ac_;
+    tran_ = other.tran_;
+    groupAllTraces_ = other.groupAllTraces_;
+    level_ = other.level_;
+    nested_ = other.nested_ ? std::make_unique<ParameterSweep>(*other.nested_) : nullptr;
+    SetEventOwner(other.GetEventOwner());
+    nickname_ = other.nickname_;
+}
+
+void ParameterSweep::copyMemberToSweep(const ParameterSweep& other, CSpiceCircuit& circuit) {
+    structCopy(other);
+    CASimulationEngine* engine = CSPICEdevMember::GetSimEngine();
+    if (!engine && GetEventOwner())
+        engine = GetEventOwner()->GetAsimEng();
+    if (!engine)
+        return;
+    for (size_t i = 0; i < 2; ++i)
+        CopyMember(members_[i], other.members_[i].memberWithNewCirc(circuit, *engine));
+}
+
+void ParameterSweep::reset() {
+    ac_.reset();
+    tran_.reset();
+    if (nested_)
+        nested_->reset();
+    variations_[TemperatureSweep].reset();
+    variations_[DeviceSweep].reset();
+    ClearMember(members_[DeviceSweep], 1);
+    params_[DeviceSweep] = CSPICEparam();
+    variations_[ModelSweep].reset();
+    ClearMember(members_[ModelSweep], 0);
+    params_[ModelSweep] = CSPICEparam();
+}
+
+Analyses::AnalysisType ParameterSweep::GetType() const {
+    return nickname_ == AnalysisNickname(Analyses::AnalysisType::Tsweep)
+               ? Analyses::AnalysisType::Tsweep
+               : Analyses::AnalysisType::Psweep;
+}
+
+int ParameterSweep::GetNodeType() const {
+    switch (analysisType_) {
+    case InnerOp:
+        return AT_OP;
+    case InnerAc:
+        return AT_AC;
+    case InnerTran:
+        return AT_TRAN;
+    case InnerSweep:
+        return nested_ ? nested_->GetNodeType() : static_cast<int>(AT_NONE);
+    }
+    return AT_NONE;
+}
+
+int ParameterSweep::GetOutputVariableClass() const {
+    switch (GetNodeType()) {
+    case AT_OP:
+    case AT_TRAN:
+        return OVC_DCnames;
+    case AT_AC:
+        return OVC_CKTnames;
+    default:
+        return OVC_NONE;
+    }
+}
+
+CString ParameterSweep::GetXAxisUnitString() const {
+    switch (GetNodeType()) {
+    case AT_AC:
+        return GetResourceString(IDS_PSWEEP_UNIT_HERTZ);
+    case AT_TRAN:
+        return GetResourceString(IDS_PSWEEP_UNIT_SECOND);
+    default:
+        return CString();
+    }
+}
+
+void ParameterSweep::SetSweepAnalysisType(SweepAnalysisType t) {
+    analysisType_ = t;
+    if (t == InnerSweep && !nested_) {
+        // A new level is a plain parameter sweep; its own sweep type says what it varies.
+        nested_ = std::make_unique<ParameterSweep>(GetEventOwner(), level_ + 1);
+        nested_->SetNickName(AnalysisNickname(Analyses::AnalysisType::Psweep));
+    }
+}
+
+const ParameterSweep* ParameterSweep::GetMainAnalysis() const {
+    const Analyses* owner = GetEventOwner();
+    const auto* sweep =
+        owner ? dynamic_cast<const Analyses::Psweep*>(owner->GetAnalysis(GetType())) : nullptr;
+    return sweep ? &sweep->GetParameterSweep() : nullptr;
+}
+
+CString ParameterSweep::GetError() const {
+    if (sweepType_ != TemperatureSweep) {
+        const CSPICEdevMember& member = members_[Index(sweepType_)];
+        const CString name = sweepType_ == DeviceSweep ? member.GetName() : member.GetModelName();
+        if (name.IsEmpty())
+            return GetResourceString(IDS_PSWEEP_ERR_NO_ELEMENT);
+        if (params_[Index(sweepType_)].GetName().IsEmpty())
+            return GetResourceString(IDS_PSWEEP_ERR_NO_PARAMETER);
+    }
+    if (!SweepVariationIterator(GetVariation()))
+        return GetResourceString(IDS_PSWEEP_ERR_NO_VALUES);
+    if (analysisType_ == InnerSweep && nested_)
+        return nested_->GetError();
+    return CString();
+}
+
+std::span<const Key> ParameterSweep::Keys() {
+    using PropertyKeys::Field;
+    using Item = CPropertyItem;
+    // Each nested record is skipped when its value is no list and fails the record when it
+    // does not read.
+    auto variation = []<SweepType T>(Kind<T>, const char* label) -> Key {
+        return {label,
+                [](const ParameterSweep& s, const char* name, CPropertyList& list) {
+                    list.AddItem(Item(name, s.variations_[T].toPropertyList()));
+                },
+                [](ParameterSweep& s, const CPropertyItem& item) {
+                    return !IsList(item) ||
+                           s.variations_[T].fromPropertyList(item.GetPropertyList()) != 0;
+                }};
+    };
+    auto member = []<SweepType T>(Kind<T>, const char* label) -> Key {
+        return {label,
+                [](const ParameterSweep& s, const char* name, CPropertyList& list) {
+                    // The member's record is a cache it rebuilds on demand.
+                    list.AddItem(Item(name, s.members_[T].toPropertyList(0)));
+                },
+                [](ParameterSweep& s, const CPropertyItem& item) {
+                    return !IsList(item) || s.members_[T].fromPropertyList(
+                                                item.GetPropertyList(),
+                                                CSpiceDevice_generic_iterator_wrapper()) != 0;
+                }};
+    };
+    auto parameter = []<SweepType T>(Kind<T>, const char* label) -> Key {
+        return {label,
+                [](const ParameterSweep& s, const char* name, CPropertyList& list) {
+                    list.AddItem(Item(name, s.params_[T].toPropertyList()));
+                },
+                [](ParameterSweep& s, const CPropertyItem& item) {
+                    return !IsList(item) ||
+                           s.params_[T].fromPropertyList(item.GetPropertyList()) != 0;
+                }};
+    };
+    static const Key keys[] = {
+        variation(Kind<DeviceSweep>{}, "DeviceSweep"),
+        variation(Kind<ModelSweep>{}, "ModelSweep"),
+        variation(Kind<TemperatureSweep>{}, "TemperatureSweep"),
+        Field<&ParameterSweep::sweepType_>("SweepType"),
+        Field<&ParameterSweep::analysisType_, &ParameterSweep::SetSweepAnalysisType>(
+            "AnalysisType"),
+        member(Kind<DeviceSweep>{}, "InstToSweep"),
+        member(Kind<ModelSweep>{}, "ModelToSweep"),
+        parameter(Kind<DeviceSweep>{}, "InstParamToSweep"),
+        parameter(Kind<ModelSweep>{}, "ModelParamToSweep"),
+        {"Ac",
+         [](const ParameterSweep& s, const char* name, CPropertyList& list) {
+             list.AddItem(Item(name, s.ac_.toPropertyList()));
+         },
+         [](ParameterSweep& s, const CPropertyItem& item) {
+             return !IsList(item) || s.ac_.fromPropertyList(item.GetPropertyList()) != 0;
+         }},
+        {"Tran",
+         [](const ParameterSweep& s, const char* name, CPropertyList& list) {
+             list.AddItem(Item(name, s.tran_.toPropertyList()));
+         },
+         [](ParameterSweep& s, const CPropertyItem& item) {
+             return !IsList(item) || s.tran_.fromPropertyList(item.GetPropertyList()) != 0;
+         }},
+        // The nested sweep's record is stored under the nested sweep's name, so its row has
+        // no label of its own and only writes; the reader recognises it as the one list
+        // that no other row claims.
+        {nullptr,
+         [](const ParameterSweep& s, const char*, CPropertyList& list) {
+             if (s.nested_)
+                 list.AddItem(Item(s.nested_->GetAnalysisName(), s.nested_->toPropertyList()));
+         },
+         nullptr},
+        Field<&ParameterSweep::groupAllTraces_>("GroupTraces"),
+    };
+    return keys;
+}
+
+CPropertyList ParameterSweep::toPropertyList() const {
+    return PropertyKeys::Write(*this, Keys());
+}
+
+int ParameterSweep::fromPropertyList(const CPropertyList& list) {
+    int result = 1;
+    for (const CPropertyItem& item : list) {
+        const auto keys = Keys();
+        const auto key = std::find_if(keys.begin(), keys.end(), [&](const Key& k) {
+            return k.label && item.GetLabel() == k.label;
+        });
+        if (key != keys.end()) {
+            if (!key->read(*this, item))
+                result = 0;
+        } else if (item.GetTypeOfValue() == CPropertyItem::List) {
+            if (!ReadNested(item))
+                result = 0;
+        } else {
+            result = 0;
+        }
+    }
+    return result;
+}
+
+int ParameterSweep::ReadNested(const CPropertyItem& item) {
+    if (!nested_) {
+        nested_ = std::make_unique<ParameterSweep>(GetEventOwner(), level_ + 1);
+        nested_->SetNickName(AnalysisNickname(Analyses::AnalysisType::Psweep));
+    }
+    // The label is the nested sweep's name, so that the record is written back as it was read.
+    if (!item.GetLabel().IsEmpty())
+        nested_->SetNickName(item.GetLabel());
+    return nested_->fromPropertyList(item.GetPropertyList());
+}
+
+CString ParameterSweep::toNutmegCommand() const {
+    const char* head =
+        GetType() == Analyses::AnalysisType::Psweep ? "orvo psweep " : "orvo tsweep ";
+    return head + toPropertyList().GetList() + "; ";
+}
+
+void ParameterSweep::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
+    const size_t type = Index(sweepType_);
+    const CSPICEdevMember& member = members_[type];
+    switch (sweepType_) {
+    case TemperatureSweep:
+        InsertLine(log, parent, IDS_PSWEEP_SWEPT, GetResourceString(IDS_PSWEEP_TEMPERATURE));
+        break;
+    case ModelSweep:
+        InsertLine(log, parent, IDS_PSWEEP_SWEPT, GetResourceString(IDS_PSWEEP_MODEL_PARAMETER));
+        InsertLine(log, parent, IDS_PSWEEP_MODEL, OrNone(member.GetModelName()));
+        InsertLine(log, parent, IDS_PSWEEP_PARAMETER, OrNone(params_[type].GetName()));
+        break;
+    default:
+        InsertLine(log, parent, IDS_PSWEEP_SWEPT, GetResourceString(IDS_PSWEEP_DEVICE_PARAMETER));
+        InsertLine(log, parent, IDS_PSWEEP_INSTANCE, OrNone(member.GetName()));
+        InsertLine(log, parent, IDS_PSWEEP_PARAMETER, OrNone(params_[type].GetName()));
+        break;
+    }
+    variations_[type].toReadableText(log, parent);
+
+    if (analysisType_ == InnerSweep) {
+        // The nested level's own settings, under a heading of their own.
+        _TREEITEM* heading =
+            log.InsertItem(CTreeLog::Heading, GetResourceText(IDS_PSWEEP_NESTED), parent);
+        if (nested_)
+            nested_->toReadableText(log, heading);
+    } else {
+        static constexpr unsigned kInnerNames[] = {IDS_NAME_OP, IDS_NAME_AC, IDS_NAME_TRAN};
+        const auto inner = static_cast<size_t>(analysisType_);
+        const CString name =
+            inner < std::size(kInnerNames) ? GetResourceString(kInnerNames[inner]) : CString();
+        _TREEITEM* item = log.InsertItem(
+            CTreeLog::Normal, GetResourceString(IDS_PSWEEP_INNER) + OrNone(name), parent);
+        if (analysisType_ == InnerAc)
+            ac_.toReadableText(log, item);
+        else if (analysisType_ == InnerTran)
+            tran_.toReadableText(log, item);
+    }
+    InsertLine(log, parent, IDS_PSWEEP_GROUP,
+               GetResourceString(groupAllTraces_ ? IDS_PSWEEP_YES : IDS_PSWEEP_NO));
+}
+
+CString ParameterSweep::GetTraceName(int n) const {
+    return n >= 0 && n < GetNumTraces() ? traceNames_[static_cast<size_t>(n)] : CString();
+}
+
+CString ParameterSweep::QuantityName(const CSPICEdevMember& member,
+                                     const CSPICEparam& parameter) const {
+    if (sweepType_ == TemperatureSweep)
+        return GetResourceString(IDS_PSWEEP_TEMPERATURE);
+    const CString name = sweepType_ == ModelSweep ? member.GetModelName() : member.GetName();
+    return name + "[" + parameter.GetName() + "]";
+}
+
+CPropertyItem ParameterSweep::PresentValue(CSPICEdevMember& member,
+                                           const CSPICEparam& parameter) const {
+    if (!parameter.GetValue().IsEmpty() || sweepType_ == TemperatureSweep || !member.IsResolved())
+        return parameter.GetValue();
+    // A record without a value: the circuit's own value is the one to put back.
+    const std::optional<CSPICEparam> live = member.FindParameter(parameter.GetName());
+    return live ? live->GetValue() : parameter.GetValue();
+}
+
+void ParameterSweep::SetSelectedParameter(const CSPICEdevMember& member,
+                                          const CSPICEparam& parameter, CPropertyItem value) {
+    CASimulationEngine* engine = GetEventOwner() ? GetEventOwner()->GetAsimEng() : nullptr;
+    if (!engine)
+        return;
+    if (sweepType_ == TemperatureSweep) {
+        const CString text = value.GetValue();
+        engine->SilentExecuteSimulatorCommand(text.IsEmpty() ? CString("set -temp")
+                                                             : "set temp = " + text);
+        return;
+    }
+    CInstrumentInterface* snapIn = engine->GetSimulatorSnapIn();
+    if (!snapIn)
+        return;
+    if (sweepType_ == ModelSweep) {
+        const CStringArray names = {member.GetDeviceName(), member.GetModelName(),
+                                    parameter.GetName()};
+        snapIn->SetProperty(SNAPIN_MODEL_PARAMETER, IITVariant(names), IITVariant(value), nullptr);
+    } else {
+        const CStringArray names = {member.GetDeviceName(), member.GetModelName(), member.GetName(),
+                                    parameter.GetName()};
+        snapIn->SetProperty(SNAPIN_INSTANCE_PARAMETER, IITVariant(names), IITVariant(value),
+                            nullptr);
+    }
+}
+
+void ParameterSweep::OpenPage(CASimulationEngine& engine, const CString& quantity) {
+    page_ = &engine.OpenGrapherPage();
+    page_->SetKeepPageOpen(groupAllTraces_);
+    if (level_ == 1) {
+        CString title = Analyses::Analysis::s_GetDefaultReadableName(static_cast<int>(GetType()));
+        // One page per value: each page says which value it shows.
+        if (!groupAllTraces_)
+            title += ": " + iterLabel_;
+        page_->SetTitle(title);
+        page_->SetFontName(GetResourceString(IDS_PSWEEP_FONT));
+        runLog_ = &page_->AddChartLog(title);
+    }
+    switch (analysisType_) {
+    case InnerSweep:
+        break; // the innermost level knows what the x axis is
+    case InnerAc:
+        page_->SetXAxis(GetResourceString(IDS_PSWEEP_AXIS_FREQUENCY), GetXAxisUnitString());
+        break;
+    case InnerTran:
+        page_->SetXAxis(GetResourceString(IDS_PSWEEP_AXIS_TIME), GetXAxisUnitString());
+        break;
+    default:
+        // One point per run: the swept value is the x.
+        page_->SetXAxis(quantity, sweepType_ == TemperatureSweep
+                                      ? GetResourceString(IDS_PSWEEP_UNIT_KELVIN)
+                                      : CString());
+        break;
+    }
+}
+
+void ParameterSweep::FinishPage(CASimulationEngine& engine) {
+    engine.UpdateStatusBarAnalysisData(1);
+    page_->SetKeepPageOpen(0);
+    engine.ReleaseGrapherPage();
+    page_ = nullptr;
+    runLog_ = nullptr;
+}
+
+int ParameterSweep::RunInner(CASimulationEngine& engine, long* counter) {
+    // Only the plots of the inner run are results; a temperature change is not one.
+    const auto run = [&](const CString& command) {
+        collecting_ = true;
+        const int result = engine.SilentExecuteSimulatorCommand(command);
+        collecting_ = false;
+        collected_.clear();
+        return result;
+    };
+    switch (analysisType_) {
+    case InnerOp:
+        return run("op;");
+    case InnerAc:
+        return run(ac_.toNutmegCommand());
+    case InnerTran:
+        return run(tran_.toNutmegCommand());
+    case InnerSweep: {
+        if (!nested_)
+            return 0;
+        nested_->runLog_ = runLog_;
+        const int result = nested_->ExecuteAnalysis(currentLabel_, counter);
+        // The nested level received the stop poll; the whole sweep stops.
+        if (nested_->IsStopRequested())
+            SetStopRequested(true);
+        return result;
+    }
+    }
+    return 0;
+}
+
+int ParameterSweep::ExecuteAnalysis(const char* text, long* counter) {
+    outerLabel_ = text ? text : "";
+    stopFlag_ = 0;
+    SetStopRequested(false);
+    const Analyses* owner = GetEventOwner();
+    if (!owner)
+        return 0;
+    long localCounter = 0;
+    if (!counter)
+        counter = &localCounter;
+    CASimulationEngine& engine = *owner->GetAsimEng();
+    const SinkSwap sink(engine, this);
+
+    const size_t type = Index(sweepType_);
+    CSPICEdevMember member = members_[type];
+    const CSPICEparam parameter = params_[type];
+    const CPropertyItem remembered = PresentValue(member, parameter);
+    const CString quantity = QuantityName(member, parameter);
+    // Every level opens the page it fills (the engine's open page) when it first needs it;
+    // the outermost also forgets what an earlier run left.
+    page_ = nullptr;
+    if (level_ == 1)
+        runLog_ = nullptr;
+    traceNames_.clear();
+    firstTraceOfIter_ = 0;
+
+    int result = 1;
+    for (SweepVariationIterator it(variations_[type]); it && !stopFlag_ && !IsStopRequested();
+         ++it) {
+        ++*counter;
+        currentValue_ = *it;
+        iterLabel_ =
+            sweepType_ == TemperatureSweep
+                ? GetResourceString(IDS_PSWEEP_TEMP_LABEL) + FormatNumber(currentValue_)
+                : GetResourceString(IDS_PSWEEP_SWEEP_LABEL) + CString::Formatted("%ld", *counter);
+        SetSelectedParameter(member, parameter, CPropertyItem("value", currentValue_));
+        currentLabel_ = quantity + "=" + FormatNumber(currentValue_);
+        if (!outerLabel_.IsEmpty())
+            currentLabel_ = outerLabel_ + ", " + currentLabel_;
+
+        if (!page_)
+            OpenPage(engine, quantity);
+        if (runLog_)
+            runLog_->AddEntry(iterLabel_ + ": " + currentLabel_, level_);
+        firstTraceOfIter_ = GetNumTraces();
+        engine.SetStatusBarAnalysisTime(currentValue_);
+        engine.UpdateStatusBarAnalysisData(0);
+
+        const int ran = RunInner(engine, counter);
+        if (IsStopRequested()) {
+            result = 0;
+            if (level_ == 1 && runLog_)
+                runLog_->AddEntry(GetResourceString(IDS_PSWEEP_LOG_STOPPED), level_);
+        } else if (!ran) {
+            result = 0;
+            if (level_ == 1 && runLog_)
+                runLog_->AddEntry(GetResourceString(IDS_PSWEEP_LOG_FAILED), level_);
+            break;
+        }
+        if (level_ == 1 && !groupAllTraces_ && page_)
+            FinishPage(engine);
+    }
+
+    SetSelectedParameter(member, parameter, remembered);
+    if (level_ == 1 && page_)
+        FinishPage(engine);
+    page_ = nullptr;
+    collected_.clear();
+    stopFlag_ = 1;
+    return result;
+}
+
+int ParameterSweep::OUTpBeginPlot(const CSpiceArgs& args) {
+    collected_.clear();
+    const CSpicePlotInfo* plot = args.GetPlotInfo();
+    if (!plot || !collecting_ || !page_ || !GetEventOwner())
+        return 1;
+    plot_ = *plot;
+    realPlot_ = 1;
+    const CString iplot = GetEventOwner()->GetAsimEng()->GetIPlot();
+    // An operating point gives one value per run: its traces run over the swept values and
+    // are named without this level's value.
+    const bool overValues = analysisType_ == InnerOp;
+    const CString& label = overValues ? outerLabel_ : currentLabel_;
+    for (const int vector : WantedVectors(plot_, iplot)) {
+        CString name = plot_.vectorNames[static_cast<size_t>(vector)];
+        if (!label.IsEmpty())
+            name += ", " + label;
+        CGrapherTrace* trace = overValues ? page_->FindTrace(name) : nullptr;
+        if (!trace) {
+            trace = &page_->AddTrace(name);
+            traceNames_.push_back(name);
+        }
+        collected_.push_back(Collected{vector, trace});
+        if (static_cast<size_t>(vector) < plot_.vectorIsComplex.size() &&
+            plot_.vectorIsComplex[static_cast<size_t>(vector)])
+            realPlot_ = 0;
+    }
+    return 1;
+}
+
+int ParameterSweep::OUTpData(const CSpiceArgs& args) {
+    const CSpiceDataRow* row = args.GetDataRow();
+    if (!row)
+        return 1;
+    const double x = analysisType_ == InnerOp ? currentValue_ : row->GetScaleValue(plot_);
+    for (const Collected& c : collected_) {
+        const auto i = static_cast<size_t>(c.vector);
+        if (i >= row->real.size())
+            continue;
+        const bool complex = i < plot_.vectorIsComplex.size() && plot_.vectorIsComplex[i];
+        if (complex)
+            c.trace->AddPoint(x, CComplex(row->real[i], i < row->imag.size() ? row->imag[i] : 0));
+        else
+            c.trace->AddPoint(x, row->real[i]);
+    }
+    if (const Analyses* owner = GetEventOwner()) {
+        CASimulationEngine* engine = owner->GetAsimEng();
+        engine->SetStatusBarAnalysisTime(currentValue_);
+        engine->UpdateStatusBarAnalysisData(0);
+    }
+    return 1;
+}
+
+int ParameterSweep::OUTendPlot(const CSpiceArgs&) {
+    collected_.clear();
+    return 1;
+}
