@@ -37,3 +37,8 @@ ChartLog& CGrapherPage::AddChartLog(const CString& title) {
     chartLogs_.emplace_back(title);
     return chartLogs_.back();
 }
+
+CGrapherChart& CGrapherPage::AddChart(const CString& title) {
+    charts_.push_back(CGrapherChart{title, {}, {}});
+    return charts_.back();
+}

@@ -23,6 +23,15 @@ struct CGrapherTrace {
     void AddPoint(double xValue, CComplex y);
 };
 
+/// A table of results (one row per run, per pin, ...): column names and
+/// rows of texts. Numbers are written by the analysis that fills it, so the
+/// table reads the same wherever it is shown.
+struct CGrapherChart {
+    CString title;
+    std::vector<CString> columns;
+    std::vector<std::vector<CString>> rows;
+};
+
 /// A result page. Traces and chart logs live in deques, so a reference taken
 /// from AddTrace or AddChartLog stays valid while more are added.
 class CGrapherPage {
@@ -51,6 +60,10 @@ public:
     ChartLog& AddChartLog(const CString& title);
     const std::deque<ChartLog>& GetChartLogs() const { return chartLogs_; }
 
+    /// A new empty table, owned by the page.
+    CGrapherChart& AddChart(const CString& title);
+    const std::deque<CGrapherChart>& GetCharts() const { return charts_; }
+
 private:
     CString title_;
     CString fontName_;
@@ -59,4 +72,5 @@ private:
     int keepPageOpen_ = 0;
     std::deque<CGrapherTrace> traces_;
     std::deque<ChartLog> chartLogs_;
+    std::deque<CGrapherChart> charts_;
 };
