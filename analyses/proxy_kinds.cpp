@@ -2,6 +2,7 @@
 // copying from the collection's main analyses.
 #include "analyses/core/analysis_proxy.h"
 
+#include "analyses/compound/wcmc_analysis.h"
 #include "analyses/single/ac.h"
 #include "analyses/single/dc_sweep.h"
 #include "analyses/single/disto.h"
@@ -74,6 +75,18 @@ Analyses::Tf* Analyses::AnalysisProxy::GetTfPtr() {
 }
 const Analyses::Tf* Analyses::AnalysisProxy::GetTfPtr() const {
     return KindCast<Tf>(GetAnalysisPtr());
+}
+Analyses::Worst* Analyses::AnalysisProxy::GetWorstPtr() {
+    return KindCast<Worst>(analysis_);
+}
+const Analyses::Worst* Analyses::AnalysisProxy::GetWorstPtr() const {
+    return KindCast<Worst>(GetAnalysisPtr());
+}
+Analyses::Monte* Analyses::AnalysisProxy::GetMontePtr() {
+    return KindCast<Monte>(analysis_);
+}
+const Analyses::Monte* Analyses::AnalysisProxy::GetMontePtr() const {
+    return KindCast<Monte>(GetAnalysisPtr());
 }
 Analyses::User* Analyses::AnalysisProxy::GetUserPtr() {
     return KindCast<User>(analysis_);

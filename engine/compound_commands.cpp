@@ -1,15 +1,35 @@
 // The compound request table and the keyword dispatch through it.
 #include "engine/compound_commands.h"
 
+#include "analyses/compound/wcmc_analysis.h"
 #include "engine/simulation_engine.h"
 
 #include <vector>
 
+namespace {
+
+// Worst case and Monte Carlo: the analysis is built on the collection, runs on
+// this engine and receives the plot events through its WcMcAnalysis part.
+template <class A>
+int ExecuteWcMc(CASimulationEngine& engine, Analyses* analyses, const CPropertyList& record) {
+    A analysis(analyses);
+    WcMcAnalysis& settings = analysis;
+    settings.SetEngine(&engine);
+    const AnalysisSinkScope sink(engine, &settings);
+    // A record that reads only in part is run as far as it goes.
+    settings.fromPropertyList(record);
+    return settings.ExecuteAnalysis(nullptr);
+}
+
+} // namespace
+
 std::span<const CompoundCommand> CompoundCommands() {
     // One line per compound analysis, in this order: "psweep", "tsweep",
-    // "MONTE", "WORST", "TRACEWIDTH", "NOISE_FIGURE". The analyses are not in
-    // the library yet, so every keyword is unknown for now.
-    static const std::vector<CompoundCommand> table = {};
+    // "MONTE", "WORST", "TRACEWIDTH", "NOISE_FIGURE".
+    static const std::vector<CompoundCommand> table = {
+        {"MONTE", &ExecuteWcMc<Analyses::Monte>},
+        {"WORST", &ExecuteWcMc<Analyses::Worst>},
+    };
     return table;
 }
 
