@@ -193,12 +193,12 @@ void WcMcAnalysis::WriteMcResults(ChartLog& log, const WcMcStatistics& stats, in
     });
 
     log.AddLine(Line(IDS_MC_RUNS_MADE, FormatCount(unsigned(made))));
-    if (made < n + 2) {
-        if (made == 1 && !nominalRan)
-            log.AddLine(GetResourceString(IDS_WCMC_NOMINAL_FAILED));
-        else if (IsStopRequested())
-            log.AddLine(Line(IDS_MC_STOPPED, McRunLabel(made, n)));
+    if (!nominalRan) {
+        log.AddLine(GetResourceString(IDS_WCMC_NOMINAL_FAILED));
+        return;
     }
+    if (made < n + 2 && IsStopRequested())
+        log.AddLine(Line(IDS_MC_STOPPED, McRunLabel(made, n)));
     log.AddLine(Line(IDS_MC_VALID_RUNS, FormatCount(unsigned(stats.validRuns)) + " / " +
                                             FormatCount(unsigned(n + 1))));
     log.AddLine(Line(IDS_MC_MEAN, FormatNumber(stats.meanY)));
@@ -211,7 +211,8 @@ void WcMcAnalysis::WriteMcResults(ChartLog& log, const WcMcStatistics& stats, in
                                                           : IDS_MC_STD_DEV_OUTPUT;
     log.AddLine(Line(meanX, FormatNumber(stats.meanX)));
     log.AddLine(Line(deviationX, FormatNumber(stats.deviationX)));
-    log.AddLine(Line(IDS_MC_WORST_RUN_IS, runs_[static_cast<size_t>(worst)].runLabel));
+    if (made > 1)
+        log.AddLine(Line(IDS_MC_WORST_RUN_IS, runs_[static_cast<size_t>(worst)].runLabel));
     log.AddLine(CString(GetResourceText(IDS_MC_STATISTICS_NOTE)));
 }
 
