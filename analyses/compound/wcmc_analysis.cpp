@@ -291,7 +291,8 @@ void WcMcAnalysis::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
              parent);
 
     if (analysisType_ == WcMcTran) {
-        _TREEITEM* item = log.InsertItem(CTreeLog::Normal, GetResourceText(IDS_WCMC_RT_TRAN), parent);
+        _TREEITEM* item =
+            log.InsertItem(CTreeLog::Normal, GetResourceText(IDS_WCMC_RT_TRAN), parent);
         tran_.toReadableText(log, item);
     } else if (analysisType_ == WcMcAc) {
         _TREEITEM* item = log.InsertItem(CTreeLog::Normal, GetResourceText(IDS_WCMC_RT_AC), parent);

@@ -281,8 +281,8 @@ public:
     }
 
     using Analyses::Analysis::toNutmegCommand;
-    using WcMcAnalysis::toNutmegCommand;
     using Analyses::Analysis::toReadableText;
+    using WcMcAnalysis::toNutmegCommand;
     using WcMcAnalysis::toReadableText;
 
     CString GetAnalysisNickname() const override {

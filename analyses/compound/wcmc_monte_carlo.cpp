@@ -136,8 +136,8 @@ int WcMcAnalysis::ExecuteMcAnalysis() {
             }
             nominal = WcMcNominalCurve(r.curve);
             PushRunParameters();
-        } else if (run <= n && IsWorseRun(r.data, worst ? &runs_[static_cast<size_t>(worst)]
-                                                        : nullptr)) {
+        } else if (run <= n &&
+                   IsWorseRun(r.data, worst ? &runs_[static_cast<size_t>(worst)] : nullptr)) {
             worst = run;
             PushRunParameters();
         }
@@ -170,14 +170,14 @@ CString WcMcAnalysis::DescribeRun(const WcMcRunData& run, const WcMcStatistics& 
     if (fromMean == 0.0)
         text += GetResourceText(IDS_MC_EQUAL_TO_MEAN);
     else
-        text += GetResourceString(fromMean > 0.0 ? IDS_MC_HIGHER_THAN_MEAN
-                                                 : IDS_MC_LOWER_THAN_MEAN) +
-                FormatNumber(std::fabs(fromMean));
+        text +=
+            GetResourceString(fromMean > 0.0 ? IDS_MC_HIGHER_THAN_MEAN : IDS_MC_LOWER_THAN_MEAN) +
+            FormatNumber(std::fabs(fromMean));
     return text + ")";
 }
 
-void WcMcAnalysis::WriteMcResults(ChartLog& log, const WcMcStatistics& stats, int made,
-                                  int worst, bool nominalRan) const {
+void WcMcAnalysis::WriteMcResults(ChartLog& log, const WcMcStatistics& stats, int made, int worst,
+                                  bool nominalRan) const {
     const int n = static_cast<int>(runs_.size()) - 2;
     log.AddLine(Line(IDS_MC_SEED, CString::Formatted("%llu", static_cast<unsigned long long>(
                                                                  Random::GetMasterSeed()))));
@@ -187,9 +187,8 @@ void WcMcAnalysis::WriteMcResults(ChartLog& log, const WcMcStatistics& stats, in
         log.AddEntry(GetResourceString(IDS_WCMC_FREQUENCY_NOT_EVALUATED), 1);
     log.AddLine(GetResourceString(IDS_MC_TOLERANCES));
     tolSpecs_.ForEach([&](const WcMcTolSpec& t) {
-        log.AddEntry(t.GetMemberName() + " " + t.GetParameterName() + ": " +
-                         t.toShortDescription(1),
-                     1);
+        log.AddEntry(
+            t.GetMemberName() + " " + t.GetParameterName() + ": " + t.toShortDescription(1), 1);
     });
 
     log.AddLine(Line(IDS_MC_RUNS_MADE, FormatCount(unsigned(made))));
@@ -249,14 +248,15 @@ void WcMcAnalysis::FillRunsTable(CGrapherChart& table, int made) const {
         const auto kind = t.GetTolClass() == WcMcTolSpec::InstanceParameter
                               ? CParamNode::InstanceParam
                               : CParamNode::ModelParam;
-        table.columns.push_back(CParamNode(t.GetMemberName(), t.GetParameterName(), kind).toString());
+        table.columns.push_back(
+            CParamNode(t.GetMemberName(), t.GetParameterName(), kind).toString());
     });
     for (int run = 0; run < made; ++run) {
         const WcMcRunData& data = runs_[static_cast<size_t>(run)];
-        std::vector<CString> row = {
-            FormatCount(unsigned(run)), data.runLabel,
-            data.valid ? WcMcShortestNumber(data.y) : CString(),
-            data.valid ? WcMcShortestNumber(data.x) : CString(), data.valid ? "1" : "0"};
+        std::vector<CString> row = {FormatCount(unsigned(run)), data.runLabel,
+                                    data.valid ? WcMcShortestNumber(data.y) : CString(),
+                                    data.valid ? WcMcShortestNumber(data.x) : CString(),
+                                    data.valid ? "1" : "0"};
         for (const double v : applied_[static_cast<size_t>(run)])
             row.push_back(WcMcShortestNumber(v));
         table.rows.push_back(std::move(row));

@@ -215,8 +215,8 @@ int WcMcAnalysis::OUTpData(const CSpiceArgs& args) {
             const int k = i < live_.sensVectors.size() ? live_.sensVectors[i] : -1;
             if (k >= 0 && static_cast<size_t>(k) < row.real.size()) {
                 const auto index = static_cast<size_t>(k);
-                const bool isComplex = index < live_.plot.vectorIsComplex.size() &&
-                                       live_.plot.vectorIsComplex[index];
+                const bool isComplex =
+                    index < live_.plot.vectorIsComplex.size() && live_.plot.vectorIsComplex[index];
                 const double distance = std::fabs(x - live_.sensAtX);
                 WcMcRunData& data = t.GetWcMcRunData();
                 if (!data.valid || distance < live_.sensDistance[i]) {

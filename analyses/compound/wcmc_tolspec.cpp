@@ -78,13 +78,13 @@ WcMcTolSpec::WcMcTolSpec() {
 const CString& WcMcTolSpec::GetDistributionName(Distribution d) {
     static const auto names = LoadNames(kDistributionNames);
     return d >= 0 && static_cast<size_t>(d) < names.size() ? names[static_cast<size_t>(d)]
-                                                            : Empty();
+                                                           : Empty();
 }
 
 const CString& WcMcTolSpec::GetLotName(LotNum lot) {
     static const auto names = LoadNames(kLotNames);
     return lot >= 0 && static_cast<size_t>(lot) < names.size() ? names[static_cast<size_t>(lot)]
-                                                                : Empty();
+                                                               : Empty();
 }
 
 void WcMcTolSpec::reset() {
@@ -197,8 +197,8 @@ int WcMcTolSpec::SetOnSimulator(CInstrumentInterface* simulator, History h) cons
     if (tolClass == InstanceParameter)
         names.push_back(memberToSweep.GetName());
     names.push_back(param);
-    const long id = tolClass == InstanceParameter ? SNAPIN_INSTANCE_PARAMETER
-                                                  : SNAPIN_MODEL_PARAMETER;
+    const long id =
+        tolClass == InstanceParameter ? SNAPIN_INSTANCE_PARAMETER : SNAPIN_MODEL_PARAMETER;
     return simulator->SetProperty(id, IITVariant(names), IITVariant(item), nullptr);
 }
 
@@ -287,10 +287,9 @@ CString WcMcTolSpec::toShortDescription(int withDetails) const {
 }
 
 void WcMcTolSpec::toReadableText(CTreeLog& log, _TREEITEM* parent) const {
-    const CString head = GetResourceString(tolClass == InstanceParameter ? IDS_TOL_INSTANCE
-                                                                         : IDS_TOL_MODEL) +
-                         GetMemberName() + ", " + GetResourceString(IDS_TOL_PARAMETER) +
-                         GetParameterName();
+    const CString head =
+        GetResourceString(tolClass == InstanceParameter ? IDS_TOL_INSTANCE : IDS_TOL_MODEL) +
+        GetMemberName() + ", " + GetResourceString(IDS_TOL_PARAMETER) + GetParameterName();
     _TREEITEM* item = log.InsertItem(CTreeLog::Normal, head, parent);
     // The heading reads "Lot Tolerance" for unique tolerances too.
     _TREEITEM* heading =

@@ -148,7 +148,8 @@ private:
     CSPICEdevMember memberToSweep;
     CSPICEparam memberParamToSweep;
     Random random{0};
-    uint64_t randomGeneration = Random::GetSeedGeneration(); ///< master seed the stream was made under
+    uint64_t randomGeneration =
+        Random::GetSeedGeneration(); ///< master seed the stream was made under
     double value[2] = {Placeholder, Placeholder};
     WcMcRunData runData;
 

@@ -28,9 +28,8 @@ inline void FillCircuit(CSpiceCircuit circuit) {
 inline std::string TolSpec(const std::string& instance, const std::string& model,
                            const std::string& param, double value, double tol, int percent = 1,
                            int distribution = 1, int lot = 0) {
-    const std::string member = instance.empty()
-                                   ? "model:string{" + model + "} isinst:int{0}"
-                                   : "name:string{" + instance + "} isinst:int{1}";
+    const std::string member = instance.empty() ? "model:string{" + model + "} isinst:int{0}"
+                                                : "name:string{" + instance + "} isinst:int{1}";
     return "TolSpec:list{Distr:int{" + std::to_string(distribution) + "} LotNum:int{" +
            std::to_string(lot) + "} TolClass:int{" + (instance.empty() ? "0" : "1") +
            "} TolType:int{" + std::to_string(percent) + "} TolValue:double{" +
@@ -40,8 +39,7 @@ inline std::string TolSpec(const std::string& instance, const std::string& model
 }
 
 /// The last value the snap-in set for a parameter, as a number; `fallback` when none.
-inline double Set(const canal_test::ScriptedEngine& e, const CStringArray& names,
-                  double fallback) {
+inline double Set(const canal_test::ScriptedEngine& e, const CStringArray& names, double fallback) {
     const CString v = e.LastValue(names);
     return v.IsEmpty() ? fallback : IITVariant(v).GetDouble();
 }

@@ -110,21 +110,22 @@ TEST_F(MonteCarloTest, RunsNominalThenRandomRunsThenRepeatsTheWorstSet) {
     std::vector<CString> traces;
     for (const CGrapherTrace& t : page.GetTraces())
         traces.push_back(t.name);
-    EXPECT_EQ(traces, (std::vector<CString>{"Nomimal", "Run #1", "Run #2", "Run #3", "Run #4",
-                                            "Worst"}));
+    EXPECT_EQ(traces,
+              (std::vector<CString>{"Nomimal", "Run #1", "Run #2", "Run #3", "Run #4", "Worst"}));
     const CGrapherChart& table = page.GetCharts().at(0);
     EXPECT_EQ(table.title, "Runs");
     EXPECT_EQ(table.columns, (std::vector<CString>{"index", "label", "value", "x", "valid",
                                                    "@r1[resistance]", "@@qn[bf]"}));
     ASSERT_EQ(table.rows.size(), 6u);
-    EXPECT_EQ(table.rows[0], (std::vector<CString>{"0", "Nominal Run", "1", "0.5", "1", "1000",
-                                                   "100"}));
+    EXPECT_EQ(table.rows[0],
+              (std::vector<CString>{"0", "Nominal Run", "1", "0.5", "1", "1000", "100"}));
     EXPECT_EQ(table.rows[3][5], WcMcShortestNumber(monte.GetAppliedSets()[3][0]));
-    EXPECT_EQ(LogText(engine, "Monte Carlo Results").find("Monte Carlo Results\nRandom seed: 1234\n"
-                                                          "Output variable: v(out)\nFunction: MAX\n"
-                                                          "Tolerances:\n  r1 resistance: Instance "
-                                                          "value: 10%, Distribution: Uniform, Lot "
-                                                          "number: Unique\n"),
+    EXPECT_EQ(LogText(engine, "Monte Carlo Results")
+                  .find("Monte Carlo Results\nRandom seed: 1234\n"
+                        "Output variable: v(out)\nFunction: MAX\n"
+                        "Tolerances:\n  r1 resistance: Instance "
+                        "value: 10%, Distribution: Uniform, Lot "
+                        "number: Unique\n"),
               0u);
 }
 
@@ -146,22 +147,32 @@ TEST_F(MonteCarloTest, StatisticsSkipInvalidRunsButKeepTheDivisorAndTheLogSaysHo
                            "Worst run: Run #3\n"),
               std::string::npos)
         << results;
-    EXPECT_EQ(LogText(engine, "Descriptions of the runs"),
-              "Descriptions of the runs\n"
-              "Run Log Descriptions\n"
-              "  Nominal Run: 1 at time = 0.5 (same as nominal,  higher than mean by 0.14)\n"
-              "    r1 resistance = 1000; qn bf = 100\n"
-              "  Run #1: 1.1 at time = 0.5 (10% higher than nominal,  higher than mean by 0.24)\n"
-              "    " + std::string(monte.GetRuns()[1].description.c_str()) + "\n"
-              "  Run #2: no valid measurement\n"
-              "    " + std::string(monte.GetRuns()[2].description.c_str()) + "\n"
-              "  Run #3: 1.2 at time = 0.5 (20% higher than nominal,  higher than mean by 0.34)\n"
-              "    " + std::string(monte.GetRuns()[3].description.c_str()) + "\n"
-              "  Run #4: 1 at time = 0.5 (same as nominal,  higher than mean by 0.14)\n"
-              "    " + std::string(monte.GetRuns()[4].description.c_str()) + "\n"
-              "  Worst: 1.2 at time = 0.5 (20% higher than nominal,  higher than mean by 0.34)\n"
-              "    If Worst Run is equal to Run #3, worst value = 1.2 at time = 0.5\n"
-              "    " + std::string(monte.GetRuns()[3].description.c_str()) + "\n");
+    EXPECT_EQ(
+        LogText(engine, "Descriptions of the runs"),
+        "Descriptions of the runs\n"
+        "Run Log Descriptions\n"
+        "  Nominal Run: 1 at time = 0.5 (same as nominal,  higher than mean by 0.14)\n"
+        "    r1 resistance = 1000; qn bf = 100\n"
+        "  Run #1: 1.1 at time = 0.5 (10% higher than nominal,  higher than mean by 0.24)\n"
+        "    " +
+            std::string(monte.GetRuns()[1].description.c_str()) +
+            "\n"
+            "  Run #2: no valid measurement\n"
+            "    " +
+            std::string(monte.GetRuns()[2].description.c_str()) +
+            "\n"
+            "  Run #3: 1.2 at time = 0.5 (20% higher than nominal,  higher than mean by 0.34)\n"
+            "    " +
+            std::string(monte.GetRuns()[3].description.c_str()) +
+            "\n"
+            "  Run #4: 1 at time = 0.5 (same as nominal,  higher than mean by 0.14)\n"
+            "    " +
+            std::string(monte.GetRuns()[4].description.c_str()) +
+            "\n"
+            "  Worst: 1.2 at time = 0.5 (20% higher than nominal,  higher than mean by 0.34)\n"
+            "    If Worst Run is equal to Run #3, worst value = 1.2 at time = 0.5\n"
+            "    " +
+            std::string(monte.GetRuns()[3].description.c_str()) + "\n");
     EXPECT_EQ(engine.GetGrapherPages()[0].GetCharts()[0].rows[2][2], "") << "no value, invalid";
 }
 
@@ -216,8 +227,9 @@ TEST_F(MonteCarloTest, StopRequestSkipsTheRemainingRunsAndTheRepeat) {
     EXPECT_EQ(Execute(), 1);
     EXPECT_EQ(engine.Commands().size(), 2u);
     EXPECT_EQ(engine.ParameterSets().size(), 4u);
-    EXPECT_NE(LogText(engine, "Monte Carlo Results").find("Runs made: 2\n"
-                                                          "Stopped on request before Run #2\n"),
+    EXPECT_NE(LogText(engine, "Monte Carlo Results")
+                  .find("Runs made: 2\n"
+                        "Stopped on request before Run #2\n"),
               std::string::npos);
 
     // A failing nominal run ends the analysis with failure.

@@ -92,8 +92,8 @@ TEST(WcMcAnalysis, CommandCarriesTheWholeRecordAndSavesAllOnlyForWorstCase) {
     Analyses::Monte monte;
     monte.SetPlotTitle("MC");
     monte.SetAnalysisRawfile("");
-    const CString script = monte.toNutmegCommand(Analyses::Analysis::NT_COMMAND |
-                                                 Analyses::Analysis::NT_SCOPE);
+    const CString script =
+        monte.toNutmegCommand(Analyses::Analysis::NT_COMMAND | Analyses::Analysis::NT_SCOPE);
     EXPECT_EQ(script, "begin-scope page MC; orvo MONTE" + record("2") + "; end-scope ");
 }
 

@@ -184,11 +184,11 @@ TEST(WcMcTolSpec, LotsShareOneStreamWhileUniqueTolerancesDrawFromTheirOwn) {
         return t.GetValue(0);
     };
     Random::SetMasterSeed(5);
-    const std::vector<double> abab = {drawOf(a), drawOf(b), drawOf(a), drawOf(u), drawOf(w),
-                                      drawOf(u)};
+    const std::vector<double> abab = {drawOf(a), drawOf(b), drawOf(a),
+                                      drawOf(u), drawOf(w), drawOf(u)};
     Random::SetMasterSeed(5);
-    const std::vector<double> baab = {drawOf(b), drawOf(a), drawOf(a), drawOf(u), drawOf(u),
-                                      drawOf(w)};
+    const std::vector<double> baab = {drawOf(b), drawOf(a), drawOf(a),
+                                      drawOf(u), drawOf(u), drawOf(w)};
     EXPECT_EQ(abab[0], baab[0]);
     EXPECT_EQ(abab[1], baab[1]);
     EXPECT_EQ(abab[2], baab[2]);
@@ -252,8 +252,10 @@ TEST(WcMcTolSpec, SetOnSimulatorWritesInstanceAndModelParametersAsLgText) {
 
 TEST(WcMcTolSpec, RecordKeepsKeyOrderAndReadsBackWhatItWrote) {
     ScriptedEngine engine;
-    engine.Circuit().AddDevice("Resistor").AddModel("rmod").AddInstance("r1",
-                                                                        {{"resistance", 1e3}});
+    engine.Circuit()
+        .AddDevice("Resistor")
+        .AddModel("rmod")
+        .AddInstance("r1", {{"resistance", 1e3}});
     WcMcTolSpec t = R1(2.5);
     t.SetDistribution(WcMcTolSpec::Uniform);
     t.SetLotNum(WcMcTolSpec::Lot2);

@@ -15,8 +15,8 @@ namespace {
 
 std::string Tolerances() {
     return "TolSpecList:list{" + TolSpec("r1", "", "resistance", 1e3, 10) + " " +
-           TolSpec("r2", "", "resistance", 2e3, 10) + " " + TolSpec("", "qn", "bf", 100, 20) +
-           " " + TolSpec("", "rmod", "tc1", 0.001, 50) + "}";
+           TolSpec("r2", "", "resistance", 2e3, 10) + " " + TolSpec("", "qn", "bf", 100, 20) + " " +
+           TolSpec("", "rmod", "tc1", 0.001, 50) + "}";
 }
 
 struct WorstCaseTest : ::testing::Test {
@@ -189,10 +189,10 @@ TEST_F(WorstCaseTest, TransientRunsEachToleranceAtItsUpperEndForTheSign) {
 }
 
 TEST_F(WorstCaseTest, CurrentOutputsAndNegativeNominalsPickTheRightSourceAndEnd) {
-    ASSERT_EQ(worst.WcMcAnalysis::fromPropertyList(CPropertyList(
-                  CString(("OutputVariable:string{i(vin)} TolSpecList:list{" +
-                           TolSpec("vin", "", "dc", -5.0, 10) + "}")
-                              .c_str()))),
+    ASSERT_EQ(worst.WcMcAnalysis::fromPropertyList(
+                  CPropertyList(CString(("OutputVariable:string{i(vin)} TolSpecList:list{" +
+                                         TolSpec("vin", "", "dc", -5.0, 10) + "}")
+                                            .c_str()))),
               1);
     engine.SetScript([](const CString& command, const ScriptedEngine& e) {
         if (command.Find("sens") >= 0) {
@@ -208,8 +208,9 @@ TEST_F(WorstCaseTest, CurrentOutputsAndNegativeNominalsPickTheRightSourceAndEnd)
     EXPECT_EQ(engine.Commands()[1], "sens  -env-options i(vin) ");
     // The output rises with dc, so the worst (highest) case raises dc: -4.5, not -5.5.
     EXPECT_EQ(engine.LastValue({"Vsource", "", "vin", "dc"}), "-4.5");
-    EXPECT_NE(LogText(engine, "Worst Case Results").find("  vin dc increased to -4.5 (90% of "
-                                                         "nominal)\n"),
+    EXPECT_NE(LogText(engine, "Worst Case Results")
+                  .find("  vin dc increased to -4.5 (90% of "
+                        "nominal)\n"),
               std::string::npos);
 
     // A stop asked for during the nominal run leaves the worst case unmade.
