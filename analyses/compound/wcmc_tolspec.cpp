@@ -10,7 +10,9 @@
 #include <charconv>
 
 Random WcMcTolSpec::m_random_number_generator[WcMcTolSpec::LotCount];
-uint64_t WcMcTolSpec::s_lotGeneration = 0;
+// No generation yet: the streams are made again on first use, so that their
+// seeds do not hang on the order in which the program's statics were built.
+uint64_t WcMcTolSpec::s_lotGeneration = UINT64_MAX;
 
 namespace {
 

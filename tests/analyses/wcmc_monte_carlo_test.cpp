@@ -197,6 +197,16 @@ TEST_F(MonteCarloTest, LowFilterAndListedRunsChooseWhatIsWorstAndWhatIsDescribed
         << "only the log type";
 }
 
+TEST_F(MonteCarloTest, RangeLimitsTheMeasurementToItsXWindow) {
+    Load("OutputVariable:string{v(out)} NumRuns:int{1} UseRange:int{1} RangeLowX:double{0.75} "
+         "RangeHighX:double{2}");
+    engine.SetScript(PeaksByRun({1.0, 1.4, 1.4}));
+    Execute();
+    EXPECT_EQ(monte.GetRuns()[0].x, 1.0) << "the peak at 0.5 lies outside";
+    EXPECT_EQ(monte.GetRuns()[0].y, 0.5);
+    EXPECT_EQ(monte.GetRuns()[1].y, 0.7);
+}
+
 TEST_F(MonteCarloTest, WithoutAnyValidRunTheRepeatedRunUsesTheNominalValues) {
     Load("OutputVariable:string{v(out)} NumRuns:int{3}");
     engine.SetScript(PeaksByRun({NAN, NAN, NAN, NAN, NAN}));

@@ -250,6 +250,19 @@ TEST(WcMcTolSpec, SetOnSimulatorWritesInstanceAndModelParametersAsLgText) {
     EXPECT_EQ(bf.GetSensitivityVectorName(), "qn:bf");
 }
 
+TEST(WcMcTolSpec, NewCircuitFindsTheElementAgainByName) {
+    ScriptedEngine engine;
+    FillCircuit(engine.Circuit());
+    WcMcTolSpec t = R1(10.0);
+    ASSERT_TRUE(t.GetMemberToSweep().IsResolved());
+    CSpiceCircuit rebuilt = engine.Session().NewCircuit();
+    rebuilt.FindDevice("Resistor").AddModel("rmod").AddInstance("r1", {{"resistance", 3e3}});
+    t.TolSpecWithNewCirc(nullptr, engine);
+    EXPECT_TRUE(t.GetMemberToSweep().GetCircuit().IsSameCircuit(rebuilt));
+    EXPECT_TRUE(t.GetMemberToSweep().IsResolved());
+    EXPECT_EQ(t.GetMemberToSweep().FindParameter("resistance")->GetValue().GetDouble(), 3e3);
+}
+
 TEST(WcMcTolSpec, RecordKeepsKeyOrderAndReadsBackWhatItWrote) {
     ScriptedEngine engine;
     engine.Circuit()
