@@ -145,6 +145,8 @@ WcMcRunResult WcMcAnalysis::ExecuteRun(const ParameterSet& values, const CString
     if (!engine)
         return result;
     SetOnSimulator();
+    engine->SetStatusBarAnalysisText(label);
+    engine->SetStatusBarAnalysisUnits(GetXAxisUnitString());
 
     live_.mode = Live::Measure;
     live_.result = &result;

@@ -196,14 +196,14 @@ void WcMcAnalysis::WriteWcReport(ChartLog& log, int worstMade) const {
     tolSpecs_.ForEach([&](const WcMcTolSpec& t) {
         const WcMcRunData& s = t.GetWcMcRunData();
         CString text = ToleranceName(t) + ": ";
-        if (!s.valid || WcMcRunData::GetComplexSign(s.y, s.phase) == 0 || !Varies(t)) {
-            text += s.valid ? FormatNumber(s.y) + " " : CString();
-            text += GetResourceText(IDS_WC_NO_SENSITIVITY);
-        } else {
+        const bool steers = s.valid && WcMcRunData::GetComplexSign(s.y, s.phase) != 0;
+        if (s.valid)
             text += FormatNumber(s.y);
-            if (s.phase != 0.0)
-                text += GetResourceText(IDS_WC_PHASE) + FormatNumber(s.phase);
-        }
+        if (s.valid && s.phase != 0.0)
+            text += GetResourceText(IDS_WC_PHASE) + FormatNumber(s.phase);
+        if (!Varies(t) || !steers)
+            text += (s.valid ? CString(" ") : CString()) +
+                    GetResourceText(Varies(t) ? IDS_WC_NO_SENSITIVITY : IDS_WC_NOT_VARIED);
         log.AddEntry(text, 2);
     });
 

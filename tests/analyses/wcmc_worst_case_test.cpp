@@ -99,6 +99,9 @@ TEST_F(WorstCaseTest, DcSensitivitySignsAndTheFilterChooseTheBandEnds) {
     Execute();
     EXPECT_EQ(Last(kR1), "1000");
     EXPECT_EQ(Last(kBf), "100");
+    EXPECT_NE(engine.GetGrapherPages()[1].GetChartLogs()[0].ToText().find(
+                  "    r1 resistance: 0.001 not varied: stays nominal\n"),
+              std::string::npos);
     worst.SetVary(WcMcAnalysis::VaryDeviceOnly);
     Execute();
     EXPECT_EQ(Last(kR1), "900");
@@ -150,7 +153,7 @@ TEST_F(WorstCaseTest, AcSensitivityIsReadNearTheNominalFrequencyAndAQuarterTurnC
                        "Worst Case Run: 3.6, 0.6 higher at frequency = 10\n"
                        "Sensitivity\n"
                        "  AC analysis for all devices:\n"
-                       "    r1 resistance: 2 no sensitivity: stays nominal\n"
+                       "    r1 resistance: 2, phase 1.5708 no sensitivity: stays nominal\n"
                        "    r2 resistance: no sensitivity: stays nominal\n"
                        "    qn bf: 1.41421, phase 0.785398\n"),
               std::string::npos)
