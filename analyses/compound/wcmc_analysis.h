@@ -1,5 +1,4 @@
-// Worst case and Monte Carlo: the settings, the tolerance list, the runs they drive and their
-// reports, and the two analyses built on them.
+// Worst case and Monte Carlo: settings, tolerances, runs, reports and the two analyses.
 #pragma once
 
 #include "analyses/compound/wcmc_measure.h"
@@ -51,7 +50,8 @@ public:
     enum WcMcFilter : int32_t { FilterLow = 0, FilterHigh = 1 };
     /// Which runs the run log describes.
     enum WcMcTextOutput : int32_t { TextAllRuns = 0, TextListedRuns = 1, TextNoRuns = 2 };
-    /// Which tolerances vary; the others stay nominal.
+    /// Which tolerances vary: unique ones only, lot ones only, or both; the
+    /// others stay nominal.
     enum WcMcVary : int32_t { VaryDeviceOnly = 0, VaryLotOnly = 1, VaryBoth = 2 };
 
     /// The values of one run, one per tolerance in list order.
@@ -105,7 +105,8 @@ public:
     void SetVary(WcMcVary v) { vary_ = v; }
     int GetNumRuns() const { return numRuns_; }
     void SetNumRuns(int n) { numRuns_ = n; }
-    /// Non-zero: only points with x in [RangeXLow, RangeXHigh] are measured.
+    /// Non-zero: only points with x in [RangeXLow, RangeXHigh] are measured,
+    /// x in the unit of the underlying analysis (seconds, hertz).
     int GetUseRange() const { return useRange_; }
     void SetUseRange(int v) { useRange_ = v; }
     double GetRangeXLow() const { return rangeXLow_; }
@@ -144,8 +145,9 @@ public:
     int fromPropertyList(const CPropertyList& list);
     void toReadableText(CTreeLog& log, _TREEITEM* parent) const;
 
-    /// Worst case or Monte Carlo by the flag; non-zero on success. Results go
-    /// to a grapher page of the engine.
+    /// Worst case or Monte Carlo by the flag; 0 when there is no engine or the
+    /// nominal run fails. Results go to a page of the engine, released at the
+    /// end; a stop request ends the runs early with what was made reported.
     int ExecuteAnalysis(const char* unused);
     int ExecuteMcAnalysis();
     int ExecuteWcAnalysis();

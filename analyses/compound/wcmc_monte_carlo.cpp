@@ -1,5 +1,4 @@
-// Monte Carlo: the nominal run, the random runs and the repeated worst run, then statistics,
-// run descriptions and the table of runs.
+// Monte Carlo: nominal, random and repeated worst runs, then statistics, run log and table.
 #include "analyses/compound/wcmc_analysis.h"
 
 #include "analyses/compound/wcmc_report.h"

@@ -1,5 +1,4 @@
-// Worst case and Monte Carlo runs: parameter sets, one run of the underlying analysis, and the
-// plot callbacks that measure its output or read a sensitivity.
+// Worst case and Monte Carlo runs: parameter sets, one run, and the plot callbacks.
 #include "analyses/compound/wcmc_analysis.h"
 
 #include "analyses/core/analysis_text.h"

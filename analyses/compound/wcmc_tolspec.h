@@ -1,5 +1,4 @@
-// WcMcTolSpec: how far one model or instance parameter may stray from its nominal value, and how
-// a random value is drawn for it.
+// WcMcTolSpec: how far one parameter may stray from its nominal value, and how it is drawn.
 #pragma once
 
 #include "analyses/compound/wcmc_run_data.h"

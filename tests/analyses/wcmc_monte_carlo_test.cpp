@@ -1,5 +1,4 @@
-// Monte Carlo on the scripted simulator: the run sequence, the repeated worst run, stopping,
-// statistics with invalid runs, the run log and table, seeding and the engine's dispatch.
+// Monte Carlo on the scripted simulator: sequence, worst run, stop, statistics, logs, seeds.
 #include "analyses/compound/wcmc_report.h"
 #include "tests/analyses/wcmc_fixture.h"
 

@@ -1,5 +1,4 @@
-// Worst case and Monte Carlo settings: defaults, the sensitivity type that follows the analysis
-// type, records, the orvo command, validation and the readable text.
+// Worst case and Monte Carlo settings: defaults, records, the orvo command, checks, text.
 #include "analyses/compound/wcmc_analysis.h"
 #include "analyses/core/analysis_proxy.h"
 #include "tests/support/circuit_engine.h"

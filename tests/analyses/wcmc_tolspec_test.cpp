@@ -1,5 +1,4 @@
-// Tolerance specifications: nominal values, band ends, the spread of draws, lot streams,
-// seeding, simulator writes, records, texts and the entry checks.
+// Tolerances: nominal values, band ends, spread of draws, lots, seeds, writes, records, texts.
 #include "analyses/compound/wcmc_tolspec.h"
 #include "tests/support/scripted_engine.h"
 

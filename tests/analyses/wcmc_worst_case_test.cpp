@@ -1,5 +1,4 @@
-// Worst case on the scripted simulator: sensitivities by sign and phase, the band ends chosen by
-// the filter, transient runs per tolerance, the sensitivity command and the report.
+// Worst case on the scripted simulator: sensitivity signs, band ends, transient, report.
 #include "tests/analyses/wcmc_fixture.h"
 
 #include <gtest/gtest.h>
