@@ -8,6 +8,7 @@
 #include "analyses/compound/noise_figure.h"
 #include "analyses/compound/psweep.h"
 #include "analyses/compound/trace_width.h"
+#include "analyses/compound/wcmc_analysis.h"
 #include "analyses/single/ac.h"
 #include "analyses/single/dc_sweep.h"
 #include "analyses/single/disto.h"
@@ -45,8 +46,8 @@ constexpr AnalysisKind kKinds[] = {
     {T::Pz, "PZ", IDS_NAME_PZ, &Create<Analyses::Pz>},
     {T::Tf, "TF", IDS_NAME_TF, &Create<Analyses::Tf>},
     {T::Sens, "SENS", IDS_NAME_SENS, &Create<Analyses::Sens>},
-    {T::Worst, "WORST", IDS_NAME_WORST, nullptr},
-    {T::Monte, "MONTE", IDS_NAME_MONTE, nullptr},
+    {T::Worst, "WORST", IDS_NAME_WORST, &Create<Analyses::Worst>},
+    {T::Monte, "MONTE", IDS_NAME_MONTE, &Create<Analyses::Monte>},
     {T::User, "USER", IDS_NAME_USER, &Create<Analyses::User>},
     {T::Options, "ORVO_OPT", IDS_NAME_OPTIONS, nullptr},
     {T::Run, "RUN", IDS_NAME_RUN, &Create<Analyses::Run>},

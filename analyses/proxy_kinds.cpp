@@ -5,6 +5,7 @@
 #include "analyses/compound/noise_figure.h"
 #include "analyses/compound/psweep.h"
 #include "analyses/compound/trace_width.h"
+#include "analyses/compound/wcmc_analysis.h"
 #include "analyses/single/ac.h"
 #include "analyses/single/dc_sweep.h"
 #include "analyses/single/disto.h"
@@ -79,6 +80,18 @@ Analyses::Tf* Analyses::AnalysisProxy::GetTfPtr() {
 }
 const Analyses::Tf* Analyses::AnalysisProxy::GetTfPtr() const {
     return KindCast<Tf>(GetAnalysisPtr());
+}
+Analyses::Worst* Analyses::AnalysisProxy::GetWorstPtr() {
+    return KindCast<Worst>(analysis_);
+}
+const Analyses::Worst* Analyses::AnalysisProxy::GetWorstPtr() const {
+    return KindCast<Worst>(GetAnalysisPtr());
+}
+Analyses::Monte* Analyses::AnalysisProxy::GetMontePtr() {
+    return KindCast<Monte>(analysis_);
+}
+const Analyses::Monte* Analyses::AnalysisProxy::GetMontePtr() const {
+    return KindCast<Monte>(GetAnalysisPtr());
 }
 Analyses::User* Analyses::AnalysisProxy::GetUserPtr() {
     return KindCast<User>(analysis_);

@@ -4,9 +4,27 @@
 #include "analyses/compound/noise_figure.h"
 #include "analyses/compound/psweep.h"
 #include "analyses/compound/trace_width.h"
+#include "analyses/compound/wcmc_analysis.h"
 #include "engine/simulation_engine.h"
 
 #include <vector>
+
+namespace {
+
+// Worst case and Monte Carlo: the analysis is built on the collection, runs on
+// this engine and receives the plot events through its WcMcAnalysis part.
+template <class A>
+int ExecuteWcMc(CASimulationEngine& engine, Analyses* analyses, const CPropertyList& record) {
+    A analysis(analyses);
+    WcMcAnalysis& settings = analysis;
+    settings.SetEngine(&engine);
+    const AnalysisSinkScope sink(engine, &settings);
+    // A record that reads only in part is run as far as it goes.
+    settings.fromPropertyList(record);
+    return settings.ExecuteAnalysis(nullptr);
+}
+
+} // namespace
 
 std::span<const CompoundCommand> CompoundCommands() {
     // One line per compound analysis, in this order: "psweep", "tsweep",
@@ -14,6 +32,8 @@ std::span<const CompoundCommand> CompoundCommands() {
     static const std::vector<CompoundCommand> table = {
         {"psweep", &Analyses::Psweep::s_ExecuteCommand},
         {"tsweep", &Analyses::Tsweep::s_ExecuteCommand},
+        {"MONTE", &ExecuteWcMc<Analyses::Monte>},
+        {"WORST", &ExecuteWcMc<Analyses::Worst>},
         {"TRACEWIDTH", &ExecuteTraceWidthCommand},
         {"NOISE_FIGURE", &ExecuteNoiseFigureCommand},
     };

@@ -22,6 +22,7 @@ struct SeedSequence {
     std::mutex mutex;
     uint64_t master = kDefaultMasterSeed;
     uint64_t issued = 0;
+    uint64_t generation = 0;
 };
 
 SeedSequence& Sequence() {
@@ -123,10 +124,17 @@ void Random::SetMasterSeed(uint64_t seed) {
     std::lock_guard lk(seq.mutex);
     seq.master = seed;
     seq.issued = 0;
+    ++seq.generation;
 }
 
 uint64_t Random::GetMasterSeed() {
     auto& seq = Sequence();
     std::lock_guard lk(seq.mutex);
     return seq.master;
+}
+
+uint64_t Random::GetSeedGeneration() {
+    auto& seq = Sequence();
+    std::lock_guard lk(seq.mutex);
+    return seq.generation;
 }

@@ -22,6 +22,9 @@ public:
     /// repeat exactly for the same master seed.
     static void SetMasterSeed(uint64_t seed);
     static uint64_t GetMasterSeed();
+    /// Counts SetMasterSeed calls. Streams made before the last call (class-wide
+    /// ones made at start-up, say) compare it to know they must be made again.
+    static uint64_t GetSeedGeneration();
 
 private:
     void Seed(uint64_t seed);

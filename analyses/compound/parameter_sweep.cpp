@@ -100,11 +100,6 @@ ParameterSweep::ParameterSweep(const Analyses* owner, int level)
     : CPlotEventSink(CString::Formatted("%s%d", GetResourceText(IDS_PSWEEP_SINK_NAME), level),
                      GetResourceString(IDS_PSWEEP_SINK_DESCRIPTION), owner),
       ac_(owner), tran_(owner), level_(level) {
-    // A new sweep steps through no values. Of the empty walks only an empty list reads back
-    // as it was written (reading a linear record recounts its points: 0 becomes 1, and the
-    // sweep would run once at 0), so that is where every variation starts.
-    for (SweepVariation& v : variations_)
-        v.SetVariation(SweepVariation::list);
     reset();
 }
 

@@ -59,6 +59,10 @@ public:
     const Pz* GetPzPtr() const;
     Tf* GetTfPtr();
     const Tf* GetTfPtr() const;
+    Worst* GetWorstPtr();
+    const Worst* GetWorstPtr() const;
+    Monte* GetMontePtr();
+    const Monte* GetMontePtr() const;
     User* GetUserPtr();
     const User* GetUserPtr() const;
     Run* GetRunPtr();

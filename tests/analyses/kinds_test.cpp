@@ -159,10 +159,17 @@ TEST(AnalysisKinds, TableListsEveryKindInTypeOrder) {
     EXPECT_EQ(Analysis::s_GetDefaultReadableName(19), "---------------------------");
     EXPECT_EQ(Analysis::s_GetDefaultReadableName(-1), "---------------------------");
 
-    // Nicknames are exact; options and kinds without a class make nothing.
+    // Nicknames are exact; the option set is a kind without an analysis object, every other
+    // kind makes one of its own type.
     EXPECT_EQ(NewAnalysisByNickname("op", nullptr), nullptr);
     EXPECT_EQ(NewAnalysisByNickname("ORVO_OPT", nullptr), nullptr);
-    EXPECT_EQ(NewAnalysisByNickname("PSWEEP", nullptr), nullptr);
+    for (const AnalysisKind& kind : AnalysisKinds()) {
+        if (kind.type == T::Options)
+            continue;
+        const std::unique_ptr<Analysis> made(NewAnalysisByNickname(kind.nickname, nullptr));
+        ASSERT_NE(made, nullptr) << kind.nickname;
+        EXPECT_EQ(made->GetType(), kind.type) << kind.nickname;
+    }
     EXPECT_EQ(NewAnalysisOfType(static_cast<T>(19), nullptr), nullptr);
     EXPECT_NE(Analyses::NewAnalysisByNickname("OP"), nullptr);
     EXPECT_EQ(AnalysisOptions::s_GetAnalysisNickname(), "ORVO_OPT");

@@ -123,7 +123,7 @@ TEST(Main, HelpListsEveryCommandAndEachCommandHasItsOwn) {
         EXPECT_EQ(Canal({command, "AC", "-h"}).out, help.out) << "help wins over the arguments";
     }
     // Post-processing sets can be printed but not run.
-    EXPECT_NE(Canal({"script", "-h"}).out.find(", PostProc\n"), std::string::npos);
+    EXPECT_NE(Canal({"script", "-h"}).out.find("PostProc"), std::string::npos);
     EXPECT_EQ(Canal({"run", "-h"}).out.find("PostProc"), std::string::npos);
 
     const Result version = Canal({"--version", "ignored"});

@@ -157,8 +157,15 @@ TEST_F(SweepFile, PlanChecksItsArgumentsAndPlainAnalysesPrintTheirStatements) {
     const std::string path = Settings("TSWEEP", "");
     const Result seeded = Canal({"plan", "TSWEEP", "--settings", path, "--seed", "42"});
     EXPECT_EQ(seeded.status, 0) << seeded.err;
-    // A sweep without values runs nothing, but still puts back what its parameter held.
-    EXPECT_EQ(seeded.out, "param 2018 - - - - = \nresult: 1\n");
+    // The default linear walk (start = stop = 0) reads back as one point, so the sweep runs
+    // once at 0 and then puts back what its parameter held.
+    EXPECT_EQ(seeded.out, "param 2018 - - - - = 0\n"
+                          "exec: -param hrange 0 0.001; tran  -env-options 0.001 0.001 0 0.001 "
+                          "auto_ic auto_tstep auto_tmax \n"
+                          "param 2018 - - - - = \n"
+                          "log: Temperature Sweep\n"
+                          "log:   SWEEP#1: []=0\n"
+                          "result: 1\n");
     for (const char* seed : {"-1", "x", "", "18446744073709551616"}) {
         const Result bad = Canal({"plan", "TSWEEP", "--settings", path, "--seed", seed});
         EXPECT_EQ(bad.status, 2);
@@ -185,11 +192,11 @@ TEST_F(SweepFile, PlanChecksItsArgumentsAndPlainAnalysesPrintTheirStatements) {
 // The record of a fresh sweep: every variation an empty list, an instance sweep with a
 // transient at each value, all traces on one page.
 const char* const kFreshRecord =
-    "DeviceSweep:list{Variation:int{3} Start:double{0} Stop:double{0} NumItems:double{0} "
+    "DeviceSweep:list{Variation:int{1} Start:double{0} Stop:double{0} NumItems:double{0} "
     "List:array{}} "
-    "ModelSweep:list{Variation:int{3} Start:double{0} Stop:double{0} NumItems:double{0} "
+    "ModelSweep:list{Variation:int{1} Start:double{0} Stop:double{0} NumItems:double{0} "
     "List:array{}} "
-    "TemperatureSweep:list{Variation:int{3} Start:double{0} Stop:double{0} NumItems:double{0} "
+    "TemperatureSweep:list{Variation:int{1} Start:double{0} Stop:double{0} NumItems:double{0} "
     "List:array{}} "
     "SweepType:int{0} AnalysisType:int{2} InstToSweep:list{isinst:int{1}} "
     "ModelToSweep:list{isinst:int{0}} InstParamToSweep:list{} ModelParamToSweep:list{} "
@@ -229,7 +236,10 @@ TEST(SweepCommands, PropsScriptAndDescribeOfBothNicknames) {
               "    Swept quantity: Device parameter\n"
               "    Device: (none)\n"
               "    Parameter: (none)\n"
-              "    Sweep type: List\n"
+              "    Sweep type: Linear\n"
+              "    Number of points per octave: 0\n"
+              "    Starting value for sweep: 0\n"
+              "    Stop value for sweep: 0\n"
               "    Analysis at each value: Transient Analysis\n"
               "      Initial Conditions: Automatically generate initial conditions\n"
               "      Starting time (TSTART): 0\n"

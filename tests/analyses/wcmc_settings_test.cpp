@@ -1,0 +1,215 @@
+// Worst case and Monte Carlo settings: defaults, records, the orvo command, checks, text.
+#include "analyses/compound/wcmc_analysis.h"
+#include "analyses/core/analysis_proxy.h"
+#include "tests/support/circuit_engine.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using canal_test::ParseRecord;
+
+namespace {
+
+const char* kTolerances =
+    "TolSpecList:list{TolSpec:list{Distr:int{0} LotNum:int{3} TolClass:int{1} TolType:int{1} "
+    "TolValue:double{10} MemberToSweep:list{name:string{r1} isinst:int{1}} "
+    "MemberParamToSweep:list{name:string{resistance} value:double{1000}}} "
+    "TolSpec:list{Distr:int{1} LotNum:int{0} TolClass:int{0} TolType:int{0} "
+    "TolValue:double{5} MemberToSweep:list{model:string{qn} isinst:int{0}} "
+    "MemberParamToSweep:list{name:string{bf} value:double{100}}}}";
+
+CString ReadableText(const WcMcAnalysis& a) {
+    CTreeCtrl ctrl;
+    CTreeLog log("", "", &ctrl);
+    a.toReadableText(log, nullptr);
+    return CString(ctrl.ToText().c_str());
+}
+
+} // namespace
+
+TEST(WcMcAnalysis, DefaultsDifferOnlyInTypeAndTheWorstCaseSensitivityFollowsTheType) {
+    Analyses::Monte monte;
+    Analyses::Worst worst;
+    EXPECT_EQ(monte.GetType(), Analyses::AnalysisType::Monte);
+    EXPECT_EQ(worst.GetType(), Analyses::AnalysisType::Worst);
+    EXPECT_EQ(monte.GetAnalysisNickname(), "MONTE");
+    EXPECT_EQ(worst.GetAnalysisNickname(), "WORST");
+    EXPECT_EQ(WcMcAnalysis(nullptr, 0).GetType(), Analyses::AnalysisType::Psweep);
+    EXPECT_EQ(monte.GetSinkName(), "WcMcAnalysis Event Sink");
+    EXPECT_EQ(monte.GetWcMcAnalysisType(), WcMcAnalysis::WcMcTran);
+    EXPECT_EQ(worst.GetWcMcAnalysisType(), WcMcAnalysis::WcMcDcOp);
+    EXPECT_EQ(monte.GetTextOutputRuns(), "1");
+    EXPECT_EQ(monte.GetFilter(), WcMcAnalysis::FilterHigh);
+    EXPECT_EQ(monte.GetVary(), WcMcAnalysis::VaryBoth);
+    EXPECT_EQ(monte.GetNumRuns(), 1);
+    EXPECT_EQ(monte.GetRangeXHigh(), 1.0);
+
+    worst.SetWcMcAnalysisType(WcMcAnalysis::WcMcAc);
+    EXPECT_EQ(worst.GetSens().GetSensType(), Analyses::AnalysisType::Ac);
+    worst.SetWcMcAnalysisType(WcMcAnalysis::WcMcTran);
+    EXPECT_EQ(worst.GetSens().GetSensType(), Analyses::AnalysisType::Ac) << "transient: unchanged";
+    worst.SetWcMcAnalysisType(WcMcAnalysis::WcMcDcOp);
+    EXPECT_EQ(worst.GetSens().GetSensType(), Analyses::AnalysisType::Op);
+    monte.SetWcMcAnalysisType(WcMcAnalysis::WcMcAc);
+    EXPECT_EQ(monte.GetSens().GetSensType(), Analyses::AnalysisType::Op)
+        << "a Monte Carlo analysis has no sensitivity to set";
+
+    EXPECT_EQ(monte.GetNodeType(), AT_AC);
+    EXPECT_EQ(monte.GetOutputVariableClass(), OVC_CKTnames);
+    EXPECT_EQ(monte.GetXAxisUnitString(), "Hz");
+    EXPECT_EQ(worst.GetNodeType(), AT_OP);
+    EXPECT_EQ(worst.GetOutputVariableClass(), OVC_DCnames);
+    EXPECT_EQ(worst.GetXAxisUnitString(), "");
+    EXPECT_EQ(Analyses::Monte().GetXAxisUnitString(), "s");
+
+    monte.SetNumRuns(9);
+    monte.GetTolSpecList().Add(WcMcTolSpec());
+    monte.SetStopRequested(true);
+    monte.reset();
+    EXPECT_EQ(monte.GetNumRuns(), 1);
+    EXPECT_TRUE(monte.GetTolSpecList().IsEmpty());
+    EXPECT_FALSE(monte.IsStopRequested());
+    EXPECT_EQ(monte.GetWcMcAnalysisType(), WcMcAnalysis::WcMcTran);
+}
+
+TEST(WcMcAnalysis, CommandCarriesTheWholeRecordAndSavesAllOnlyForWorstCase) {
+    const CString tran = TranAnalysis().toPropertyList().GetList();
+    const auto record = [&](const char* type) {
+        return CString(" GroupTraces:int{1} AnalysisType:int{") + type +
+               "} Function:int{0} FunctionThreshold:double{0} Filter:int{1} OutputText:int{0} "
+               "OutputTextRuns:string{1} Vary:int{2} NumRuns:int{1} UseRange:int{0} "
+               "RangeLowX:double{0} RangeHighX:double{1} OutputVariable:string{} "
+               "NodeFilterOutputVariable:int{0} TolSpecList:list{} Tran:list{" +
+               tran + "}; ";
+    };
+    EXPECT_EQ(Analyses::Monte().WcMcAnalysis::toNutmegCommand(), "orvo MONTE" + record("2"));
+    EXPECT_EQ(Analyses::Worst().WcMcAnalysis::toNutmegCommand(),
+              "save all; orvo WORST" + record("0"));
+
+    // Framed by the base like any analysis: the orvo request is the command.
+    Analyses::Monte monte;
+    monte.SetPlotTitle("MC");
+    monte.SetAnalysisRawfile("");
+    const CString script =
+        monte.toNutmegCommand(Analyses::Analysis::NT_COMMAND | Analyses::Analysis::NT_SCOPE);
+    EXPECT_EQ(script, "begin-scope page MC; orvo MONTE" + record("2") + "; end-scope ");
+}
+
+TEST(WcMcAnalysis, RecordRoundTripsEverySettingTheToleranceListAndTheTransient) {
+    Analyses::Monte monte;
+    ASSERT_EQ(monte.WcMcAnalysis::fromPropertyList(ParseRecord(
+                  (CString("GroupTraces:int{0} AnalysisType:int{1} Function:int{3} "
+                           "FunctionThreshold:double{0.5} Filter:int{0} OutputText:int{1} "
+                           "OutputTextRuns:string{1,4-6} Vary:int{1} NumRuns:int{25} "
+                           "UseRange:int{1} RangeLowX:double{1e-06} RangeHighX:double{0.002} "
+                           "OutputVariable:string{v(out,ref)} NodeFilterOutputVariable:int{3} ") +
+                   kTolerances + " Tran:list{TSTOP:double{0.005}}")
+                      .c_str())),
+              1);
+    EXPECT_EQ(monte.GetWcMcAnalysisType(), WcMcAnalysis::WcMcAc);
+    EXPECT_EQ(monte.GetFunction(), WcMcAnalysis::FunctionFallEdge);
+    EXPECT_EQ(monte.GetTextOutputRuns(), "1,4-6");
+    EXPECT_EQ(monte.GetNumRuns(), 25);
+    EXPECT_EQ(monte.GetRangeXLow(), 1e-6);
+    EXPECT_EQ(monte.GetNodeFilterOutputVariable(), 3);
+    EXPECT_EQ(monte.GetTran().GetTstop(), 0.005);
+    ASSERT_EQ(monte.GetTolSpecList().GetCount(), 2u);
+    EXPECT_EQ(monte.GetTolSpecList()[0].GetLotNum(), WcMcTolSpec::Lot3);
+    EXPECT_EQ(monte.GetTolSpecList()[1].GetParameterName(), "bf");
+
+    // Through the analysis's own item, as the collection stores it.
+    const CPropertyItem item = monte.toPropertyItem();
+    Analyses::Monte copy;
+    EXPECT_EQ(copy.fromPropertyItem(item), 1);
+    EXPECT_EQ(copy.WcMcAnalysis::toPropertyList().GetList(),
+              monte.WcMcAnalysis::toPropertyList().GetList());
+    const std::unique_ptr<Analyses::Analysis> clone(monte.Clone());
+    EXPECT_EQ(clone->toPropertyItem().GetField(), item.GetField());
+
+    // The worst case reads the type through its setter: the sensitivity follows.
+    Analyses::Worst worst;
+    EXPECT_EQ(worst.WcMcAnalysis::fromPropertyList(ParseRecord("AnalysisType:int{1}")), 1);
+    EXPECT_EQ(worst.GetSens().GetSensType(), Analyses::AnalysisType::Ac);
+
+    // A stored list replaces the present one; bad entries fail the read but
+    // the good ones and the other keys still apply.
+    EXPECT_EQ(monte.WcMcAnalysis::fromPropertyList(ParseRecord(
+                  "TolSpecList:list{TolSpec:list{TolValue:double{7} Odd:int{1}} Stray:int{1}} "
+                  "NumRuns:int{3} Mystery:int{1} Tran:string{x}")),
+              0);
+    ASSERT_EQ(monte.GetTolSpecList().GetCount(), 1u);
+    EXPECT_EQ(monte.GetTolSpecList()[0].GetTolValue(), 7.0);
+    EXPECT_EQ(monte.GetNumRuns(), 3);
+    EXPECT_EQ(monte.GetTran().GetTstop(), 0.005) << "a Tran that is no list is skipped";
+}
+
+TEST(WcMcAnalysis, SimulatesOnlyWithAnOutputVariableAndSaysWhy) {
+    Analyses::Monte monte;
+    Analyses::Worst worst;
+    EXPECT_EQ(monte.CanSimulate(), 0);
+    EXPECT_EQ(monte.ExplainWhyCannotSimulate(),
+              "Output variables must be specified before\nperforming a Monte Carlo analysis.");
+    EXPECT_EQ(worst.ExplainWhyCannotSimulate(),
+              "Output variables must be specified before\nperforming a Worst Case analysis.");
+    monte.SetOutputVariable("   ");
+    EXPECT_EQ(monte.CanSimulate(), 0);
+    monte.SetOutputVariable("v(out)");
+    EXPECT_EQ(monte.CanSimulate(), 1);
+    EXPECT_EQ(monte.ExplainWhyCannotSimulate(), "");
+}
+
+TEST(WcMcAnalysis, KindTableAndProxyKnowBothAnalyses) {
+    const std::unique_ptr<Analyses::Analysis> monte = Analyses::NewAnalysisByNickname("MONTE");
+    const std::unique_ptr<Analyses::Analysis> worst = Analyses::NewAnalysisByNickname("WORST");
+    ASSERT_TRUE(monte && worst);
+    Analyses::AnalysisProxy proxy(monte.get(), 0);
+    EXPECT_EQ(proxy.GetMontePtr(), monte.get());
+    EXPECT_EQ(proxy.GetWorstPtr(), nullptr);
+    proxy.SetAnalysisProxy(worst.get(), 0);
+    EXPECT_EQ(proxy.GetWorstPtr(), worst.get());
+    EXPECT_EQ(static_cast<const Analyses::AnalysisProxy&>(proxy).GetMontePtr(), nullptr);
+}
+
+TEST(WcMcAnalysis, ReadableTextShowsTheOptionalSettingsWithTheirMeaning) {
+    Analyses::Monte monte;
+    monte.WcMcAnalysis::fromPropertyList(ParseRecord(
+        (CString("Function:int{2} FunctionThreshold:double{0.5} Filter:int{0} OutputText:int{1} "
+                 "OutputTextRuns:string{1,4-6} Vary:int{1} NumRuns:int{20} UseRange:int{1} "
+                 "RangeLowX:double{1e-06} RangeHighX:double{0.002} "
+                 "OutputVariable:string{v(out)} GroupTraces:int{0} ") +
+         kTolerances)
+            .c_str()));
+    const CString text = ReadableText(monte);
+    const char* expectedHead = "Analysis type: Transient Analysis\n"
+                               "Output variable: v(out)\n"
+                               "Function: RISE_EDGE\n"
+                               "  Threshold: 0.5\n"
+                               "  x of the first crossing of the threshold, interpolated\n"
+                               "Worst value: Low (the lowest value is the worst; worst-case "
+                               "tolerances push the output down)\n"
+                               "Number of runs: 20\n"
+                               "Vary: Lot Tolerance Only (lot tolerances vary; unique tolerances "
+                               "stay nominal)\n"
+                               "Measurement range: 1e-06 s to 0.002 s\n"
+                               "Run descriptions: the runs listed: 1,4-6 (0 is the nominal run, "
+                               "one more than the number of runs the repeated worst run)\n"
+                               "Traces: one graph per run\n"
+                               "Transient settings\n";
+    EXPECT_EQ(text.Left(static_cast<int>(std::char_traits<char>::length(expectedHead))),
+              expectedHead);
+    EXPECT_GE(text.Find("Tolerances\n  Instance: r1, Parameter: resistance\n    Lot Tolerance\n"),
+              0);
+    EXPECT_GE(text.Find("  Model: qn, Parameter: bf\n"), 0);
+
+    Analyses::Worst worst;
+    worst.SetFunction(WcMcAnalysis::FunctionFrequency);
+    const CString worstText = ReadableText(worst);
+    EXPECT_GE(worstText.Find("Function: FREQUENCY\n  Not evaluated: every run is left without a "
+                             "measurement\n"),
+              0);
+    EXPECT_GE(worstText.Find("Output variable: none\n"), 0);
+    EXPECT_GE(worstText.Find("Sensitivity: a sensitivity analysis of the output"), 0);
+    EXPECT_LT(worstText.Find("Number of runs"), 0);
+    EXPECT_GE(worstText.Find("Tolerances\n  no tolerances\n"), 0);
+}
