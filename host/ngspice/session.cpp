@@ -408,6 +408,9 @@ CommandResult NgSpiceSession::LoadCircuit(const std::vector<std::string>& lines)
             result.error = GetResourceText(IDS_HOST_CIRCUIT_REJECTED);
     }
     hasCircuit_ = result.ok;
+    ++generation_;
+    deck_ = result.ok ? deck : std::vector<std::string>();
+    saveList_ = std::string();
     options_.clear();
     if (result.ok) {
         CLocaleGuard guard;
@@ -425,6 +428,7 @@ CommandResult NgSpiceSession::ResetCircuit() {
     std::lock_guard lock(mutex_);
     CommandResult r = Command("reset");
     options_.clear();
+    saveList_.reset(); // whether "reset" keeps the save list is ngspice's business
     return r;
 }
 
@@ -452,6 +456,26 @@ bool NgSpiceSession::HasCircuit() const {
     return hasCircuit_;
 }
 
+unsigned NgSpiceSession::CircuitGeneration() const {
+    std::lock_guard lock(mutex_);
+    return generation_;
+}
+
+std::vector<std::string> NgSpiceSession::CircuitDeck() const {
+    std::lock_guard lock(mutex_);
+    return deck_;
+}
+
+std::optional<std::string> NgSpiceSession::SaveList() const {
+    std::lock_guard lock(mutex_);
+    return saveList_;
+}
+
+void NgSpiceSession::SetSaveList(std::optional<std::string> saves) {
+    std::lock_guard lock(mutex_);
+    saveList_ = std::move(saves);
+}
+
 double NgSpiceSession::CircuitTemperature() const {
     std::lock_guard lock(mutex_);
     return circuitTemp_;
@@ -470,6 +494,11 @@ std::map<std::string, std::string> NgSpiceSession::Options() const {
 void NgSpiceSession::RecordOption(const std::string& name, const std::string& command) {
     std::lock_guard lock(mutex_);
     options_[name] = command;
+}
+
+bool NgSpiceSession::InLibraryCall() const {
+    std::lock_guard lock(mutex_);
+    return current_ != nullptr;
 }
 
 bool NgSpiceSession::TakeStopRequest() {
