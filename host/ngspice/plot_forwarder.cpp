@@ -3,6 +3,7 @@
 
 #include "engine/simulation_engine.h"
 #include "host/ngspice/dialect.h"
+#include "host/ngspice/pin_probes.h"
 
 #include <utility>
 
@@ -56,24 +57,32 @@ void PlotEventForwarder::OnBeginPlot(const PlotInfo& plot) {
         same = lastRaw_[i] == plot.vectors[i].name;
     if (!same) {
         lastRaw_.clear();
+        kept_.clear();
         plot_.vectorNames.clear();
-        for (const PlotVectorInfo& v : plot.vectors) {
+        for (std::size_t i = 0; i < plot.vectors.size(); ++i) {
+            const PlotVectorInfo& v = plot.vectors[i];
             lastRaw_.push_back(v.name);
             // ngspice marks the first node of an operating point as its scale; it has no x.
             const bool scale = v.isScale && plot_.type != AT_OP;
             std::string name = nodePlot ? AnalysisVectorName(v.name, scale) : v.name;
-            if (renames_)
+            if (renames_) {
                 if (const auto it = renames_->find(v.name); it != renames_->end())
                     name = it->second;
+                else if (IsProbeName(v.name))
+                    continue;
+            }
+            kept_.push_back(i);
             plot_.vectorNames.emplace_back(std::move(name));
         }
+        filtered_ = kept_.size() != plot.vectors.size();
     }
-    plot_.vectorIsComplex.resize(plot.vectors.size());
+    plot_.vectorIsComplex.resize(kept_.size());
     plot_.scaleIndex = -1;
-    for (std::size_t i = 0; i < plot.vectors.size(); ++i) {
-        plot_.vectorIsComplex[i] = !plot.vectors[i].isReal;
-        if (plot.vectors[i].isScale && plot_.scaleIndex < 0)
-            plot_.scaleIndex = static_cast<int>(i);
+    for (std::size_t k = 0; k < kept_.size(); ++k) {
+        const PlotVectorInfo& v = plot.vectors[kept_[k]];
+        plot_.vectorIsComplex[k] = !v.isReal;
+        if (v.isScale && plot_.scaleIndex < 0)
+            plot_.scaleIndex = static_cast<int>(k);
     }
     if (plot_.type == AT_OP)
         plot_.scaleIndex = -1;
@@ -83,8 +92,18 @@ void PlotEventForwarder::OnBeginPlot(const PlotInfo& plot) {
 void PlotEventForwarder::OnData(const DataRow& row) {
     if (!open_ || aborted_)
         return;
-    row_.real.assign(row.re, row.re + row.count);
-    row_.imag.assign(row.im, row.im + row.count);
+    if (filtered_) {
+        row_.real.resize(kept_.size());
+        row_.imag.resize(kept_.size());
+        for (std::size_t k = 0; k < kept_.size(); ++k) {
+            const std::size_t i = kept_[k] < row.count ? kept_[k] : 0;
+            row_.real[k] = row.re[i];
+            row_.imag[k] = row.im[i];
+        }
+    } else {
+        row_.real.assign(row.re, row.re + row.count);
+        row_.imag.assign(row.im, row.im + row.count);
+    }
     if (Send(EVENT_PLOT_DATA, CSpiceArgs(CSpiceArgs::Data, &row_)) != 0)
         aborted_ = true;
 }
@@ -111,6 +130,7 @@ void PlotEventForwarder::DeliverPlot(const CSpicePlotInfo& plot,
     Finish();
     plot_ = plot;
     lastRaw_.clear();
+    filtered_ = false;
     Begin();
     for (std::size_t r = 0; r < real.size() && !aborted_; ++r) {
         row_.real = real[r];

@@ -33,7 +33,8 @@ public:
         : engine_(engine), session_(session), source_("ngspice") {}
 
     /// Vector names to forward under another name (ngspice name -> name the analysis reads),
-    /// checked before the usual naming; borrowed, may be null.
+    /// checked before the usual naming; borrowed, may be null. With renames, the other vectors
+    /// of the pin probes (their inner nodes) are left out of the plots.
     void SetRenames(const std::map<std::string, std::string>* renames) {
         renames_ = renames;
         lastRaw_.clear();
@@ -63,6 +64,8 @@ private:
     CSpicePlotInfo plot_;
     CSpiceDataRow row_;
     std::vector<std::string> lastRaw_; ///< ngspice's names of the last plot, to reuse plot_'s
+    std::vector<std::size_t> kept_;    ///< ngspice's vectors forwarded, when some are left out
+    bool filtered_ = false;
     bool open_ = false;
     bool aborted_ = false; ///< the analysis answered a row with "abort": the rest is dropped
 };
