@@ -3,6 +3,7 @@
 #include "cli/commands.h"
 
 #include "cli/args.h"
+#include "cli/members.h"
 #include "cli/run.h"
 #include "cli/settings.h"
 #include "platform/resources.h"
@@ -107,6 +108,8 @@ const std::vector<Command>& Commands() {
          IDS_CLI_SUMMARY_PROPS,    IDS_CLI_HELP_PROPS,    AnalysesAndPostProc, &PrintProps},
         {"run",      {"CIRCUIT", "NICKNAME"}, {"--settings", "--save", "--out"},
          IDS_CLI_SUMMARY_RUN,      IDS_RUN_HELP,          Analyses,            &RunAnalysis},
+        {"members",  {"CIRCUIT"},             {"--only"},
+         IDS_CLI_SUMMARY_MEMBERS,  IDS_MEMBERS_HELP,      None,                &ListMembers},
         {"demo",     {},                      {"--out"},
          IDS_CLI_SUMMARY_DEMO,     IDS_DEMO_HELP,         None,                &RunDemo},
     };

@@ -219,6 +219,34 @@ void ReadValues(NgSpiceSession& session, std::vector<ValueRequest>& requests,
     }
 }
 
+// ngspice lists the elements of a kind last-read first; people read them in netlist order.
+void SortByNetlist(const std::vector<std::string>& deck, CircuitContents& contents) {
+    std::map<std::string, std::size_t> instanceLine, modelLine;
+    for (std::size_t i = 0; i < deck.size(); ++i) {
+        const std::vector<std::string> words = Tokens(deck[i]);
+        if (words.empty())
+            continue;
+        if (Lower(words[0]) == ".model" && words.size() > 1)
+            modelLine.emplace(Lower(words[1]), i);
+        else
+            instanceLine.emplace(Lower(words[0]), i);
+    }
+    const auto order = [&](std::vector<CircuitContents::Element>& list,
+                           const std::map<std::string, std::size_t>& lines) {
+        const auto rank = [&](const CircuitContents::Element& e) {
+            const auto kind = std::find(contents.kinds.begin(), contents.kinds.end(), e.kind);
+            const auto line = lines.find(Lower(e.name));
+            return std::pair(kind - contents.kinds.begin(),
+                             line == lines.end() ? deck.size() : line->second);
+        };
+        std::stable_sort(list.begin(), list.end(), [&](const auto& a, const auto& b) {
+            return rank(a) < rank(b);
+        });
+    };
+    order(contents.instances, instanceLine);
+    order(contents.models, modelLine);
+}
+
 CSpiceParameterList Parameters(const std::vector<ParameterInfo>& table) {
     CSpiceParameterList params;
     for (const ParameterInfo& p : WithoutAliases(table))
@@ -323,6 +351,8 @@ CircuitContents ReadCircuit(NgSpiceSession& session, const std::vector<std::stri
             contents.instances.push_back({e.kind, e.model, e.name, {}});
     for (ShownElement& e : ParseShownModels(session.Command("showmod" + show).out, contents.kinds))
         contents.models.push_back({e.kind, {}, e.name, {}});
+
+    SortByNetlist(session.CircuitDeck(), contents);
 
     std::vector<ValueRequest> requests;
     auto ask = [&](CircuitContents::Element& e, const std::vector<ParameterInfo>& table) {
