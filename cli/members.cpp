@@ -57,9 +57,9 @@ void AppendElement(std::string& out, const host::CircuitContents::Element& e, bo
                                   e.kind.c_str())
                    .str();
     else
-        out += CString::Formatted(GetResourceText(IDS_MEMBERS_MODEL), e.name.c_str(),
-                                  e.kind.c_str())
-                   .str();
+        out +=
+            CString::Formatted(GetResourceText(IDS_MEMBERS_MODEL), e.name.c_str(), e.kind.c_str())
+                .str();
     out += "\n  ";
     out += GetResourceText(IDS_MEMBERS_RECORD);
     CPropertyList member;
@@ -136,9 +136,9 @@ int ListMembers(const Invocation& call, std::ostream& out, std::ostream& err) {
     const std::string* only = call.Value("--only");
     const std::string listing = MembersListing(contents, only ? *only : std::string());
     if (only && listing.empty()) {
-        ReportError(err, CString::Formatted(GetResourceText(IDS_MEMBERS_ERR_NO_ELEMENT),
-                                            only->c_str())
-                             .view());
+        ReportError(
+            err,
+            CString::Formatted(GetResourceText(IDS_MEMBERS_ERR_NO_ELEMENT), only->c_str()).view());
         return ExitFailure;
     }
     out << CString::Formatted(GetResourceText(IDS_MEMBERS_TITLE),

@@ -18,13 +18,13 @@ struct Trace {
     std::string name;
     std::vector<double> re;
     std::vector<double> im;
-    bool plotted = true; ///< shown on the graph (the "iplot" set); saved traces may be CSV-only
+    bool plotted = true;   ///< shown on the graph (the "iplot" set); saved traces may be CSV-only
     std::vector<double> x; ///< the trace's own x values; empty: the page's
     bool IsComplex() const { return !im.empty(); }
 };
 
 struct Axis {
-    std::string label; ///< e.g. "frequency (Hz)", "time (s)"
+    std::string label;         ///< e.g. "frequency (Hz)", "time (s)"
     std::string scale = "lin"; ///< "lin" or "log" (the page's "-param" scales; dec/oct plot as log)
     bool hasRange = false;
     double min = 0.0;
@@ -39,10 +39,10 @@ struct Chart {
 };
 
 struct Page {
-    std::string title;     ///< from "begin-scope page TITLE"
-    std::string plotName;  ///< the simulator's plot name ("ac1", "tran2", ...)
-    std::string plotType;  ///< the simulator's plot title ("AC Analysis", ...)
-    std::string xName;     ///< name of the x vector ("frequency", "time", ...); empty for op-like pages
+    std::string title;    ///< from "begin-scope page TITLE"
+    std::string plotName; ///< the simulator's plot name ("ac1", "tran2", ...)
+    std::string plotType; ///< the simulator's plot title ("AC Analysis", ...)
+    std::string xName; ///< name of the x vector ("frequency", "time", ...); empty for op-like pages
     std::vector<double> x;
     Axis xAxis;
     Axis yAxis;

@@ -91,8 +91,9 @@ std::vector<ShownElement> ParseShown(const std::vector<std::string>& lines,
     return shown;
 }
 
-template <class Value> const Value& Cached(std::map<std::string, Value>& cache, std::mutex& lock,
-                                           const std::string& key, auto&& read) {
+template <class Value>
+const Value& Cached(std::map<std::string, Value>& cache, std::mutex& lock, const std::string& key,
+                    auto&& read) {
     std::lock_guard guard(lock);
     auto it = cache.find(key);
     if (it == cache.end())
@@ -104,15 +105,15 @@ template <class Value> const Value& Cached(std::map<std::string, Value>& cache, 
 const std::vector<std::string>& DeviceKinds(NgSpiceSession& session) {
     static std::map<std::string, std::vector<std::string>> cache;
     static std::mutex lock;
-    return Cached(cache, lock, "", [&] { return ParseDeviceKinds(session.Command("devhelp").out); });
+    return Cached(cache, lock, "",
+                  [&] { return ParseDeviceKinds(session.Command("devhelp").out); });
 }
 
 const ParameterTables& Tables(NgSpiceSession& session, const std::string& kind) {
     static std::map<std::string, ParameterTables> cache;
     static std::mutex lock;
-    return Cached(cache, lock, kind, [&] {
-        return ParseParameterTables(session.Command("devhelp " + kind).out);
-    });
+    return Cached(cache, lock, kind,
+                  [&] { return ParseParameterTables(session.Command("devhelp " + kind).out); });
 }
 
 void ClearSaveList(NgSpiceSession& session) {
@@ -239,9 +240,8 @@ void SortByNetlist(const std::vector<std::string>& deck, CircuitContents& conten
             return std::pair(kind - contents.kinds.begin(),
                              line == lines.end() ? deck.size() : line->second);
         };
-        std::stable_sort(list.begin(), list.end(), [&](const auto& a, const auto& b) {
-            return rank(a) < rank(b);
-        });
+        std::stable_sort(list.begin(), list.end(),
+                         [&](const auto& a, const auto& b) { return rank(a) < rank(b); });
     };
     order(contents.instances, instanceLine);
     order(contents.models, modelLine);
@@ -327,10 +327,11 @@ std::vector<ShownElement> ParseShownModels(const std::vector<std::string>& lines
 
 std::string PrincipalParameter(std::string_view kind) {
     static const std::pair<const char*, const char*> kPrincipal[] = {
-        {"Resistor", "resistance"}, {"Capacitor", "capacitance"}, {"Inductor", "inductance"},
-        {"Vsource", "dc"},          {"Isource", "dc"},            {"VCVS", "gain"},
-        {"VCCS", "gain"},           {"CCCS", "gain"},             {"CCVS", "gain"},
-        {"mutual", "k"},
+        {"Resistor", "resistance"}, {"Capacitor", "capacitance"},
+        {"Inductor", "inductance"}, {"Vsource", "dc"},
+        {"Isource", "dc"},          {"VCVS", "gain"},
+        {"VCCS", "gain"},           {"CCCS", "gain"},
+        {"CCVS", "gain"},           {"mutual", "k"},
     };
     for (const auto& [k, p] : kPrincipal)
         if (kind == k)

@@ -65,7 +65,7 @@ struct CircuitContents {
         std::string name;
         CSpiceParameterList params; ///< without aliases; values absent where unreadable
     };
-    std::vector<std::string> kinds; ///< ngspice's device table, in order
+    std::vector<std::string> kinds;                ///< ngspice's device table, in order
     std::map<std::string, ParameterTables> tables; ///< by kind, for the kinds in the circuit
     std::vector<Element> models;
     std::vector<Element> instances;

@@ -70,9 +70,9 @@ const CircuitContents::Element* FindElement(const std::vector<CircuitContents::E
 }
 
 // The in-memory parameter list of an element of the members' circuit.
-template <class Set> void UpdateMember(CSpiceCircuit circuit, bool model, const std::string& kind,
-                                       const std::string& modelName, const std::string& name,
-                                       Set&& set) {
+template <class Set>
+void UpdateMember(CSpiceCircuit circuit, bool model, const std::string& kind,
+                  const std::string& modelName, const std::string& name, Set&& set) {
     const CSpiceDevice device = circuit.FindDevice(CString(kind));
     CSpiceModel m = device.FindModel(circuit, CString(model ? name : modelName));
     if (model) {
@@ -101,12 +101,11 @@ void Walk(const CPropertyList& list, std::vector<MemberReference>& out) {
             continue;
         const std::string label = item.GetLabel().str();
         const CPropertyList& nested = item.GetPropertyList();
-        const bool isMember = label.size() > kSuffix.size() &&
-                              label.compare(label.size() - kSuffix.size(), kSuffix.size(),
-                                            kSuffix) == 0 &&
-                              std::any_of(nested.begin(), nested.end(), [](const auto& i) {
-                                  return i.GetLabel() == "isinst";
-                              });
+        const bool isMember =
+            label.size() > kSuffix.size() &&
+            label.compare(label.size() - kSuffix.size(), kSuffix.size(), kSuffix) == 0 &&
+            std::any_of(nested.begin(), nested.end(),
+                        [](const auto& i) { return i.GetLabel() == "isinst"; });
         if (!isMember) {
             Walk(nested, out);
             continue;
@@ -114,8 +113,8 @@ void Walk(const CPropertyList& list, std::vector<MemberReference>& out) {
         const std::string prefix = label.substr(0, label.size() - kSuffix.size());
         if (prefix.size() >= 5 && prefix.compare(prefix.size() - 5, 5, "Param") == 0)
             continue;
-        if (sweepType && !((*sweepType == 0 && prefix == "Inst") ||
-                           (*sweepType == 1 && prefix == "Model")))
+        if (sweepType &&
+            !((*sweepType == 0 && prefix == "Inst") || (*sweepType == 1 && prefix == "Model")))
             continue;
         MemberReference ref{nested, {}};
         bool named = false;
@@ -292,10 +291,10 @@ bool NgSpiceEngine::RunCompound(const std::string& keyAndRecord, Analyses* analy
     forwarder_.Finish();
     RestoreCircuit(probes);
     if (!result)
-        error = !lastError_.empty() ? lastError_
-                                    : CString::Formatted(GetResourceText(IDS_HOST_COMPOUND_FAILED),
-                                                         key.c_str())
-                                          .str();
+        error =
+            !lastError_.empty()
+                ? lastError_
+                : CString::Formatted(GetResourceText(IDS_HOST_COMPOUND_FAILED), key.c_str()).str();
     return result != 0;
 }
 
@@ -316,9 +315,9 @@ void NgSpiceEngine::RestoreCircuit(bool dropProbes) {
 void NgSpiceEngine::RevertMembers() {
     const CSpiceCircuit circuit = agency_.GetMainSession()->GetCurrentCircuit();
     for (auto it = changes_.rbegin(); it != changes_.rend(); ++it)
-        UpdateMember(circuit, it->model, it->kind, it->modelName, it->element,
-                     [&](auto& element) { element.SetParameterValue(CString(it->parameter),
-                                                                    it->original); });
+        UpdateMember(circuit, it->model, it->kind, it->modelName, it->element, [&](auto& element) {
+            element.SetParameterValue(CString(it->parameter), it->original);
+        });
     changes_.clear();
 }
 
@@ -519,8 +518,8 @@ std::string NgSpiceEngine::PlanChange(long id, const CStringArray& names,
         model ? FindElement(contents_.models, names[0], CString(), name)
               : FindElement(contents_.instances, names[0], names[1], name);
     if (!e) {
-        error = CString::Formatted(GetResourceText(model ? IDS_HOST_NO_MODEL : IDS_HOST_NO_INSTANCE),
-                                   name.c_str())
+        error = CString::Formatted(
+                    GetResourceText(model ? IDS_HOST_NO_MODEL : IDS_HOST_NO_INSTANCE), name.c_str())
                     .str();
         return {};
     }
@@ -546,9 +545,9 @@ std::string NgSpiceEngine::PlanChange(long id, const CStringArray& names,
     }
     const std::string text = ValueText(value);
     if (text.empty()) {
-        error = CString::Formatted(GetResourceText(IDS_HOST_NO_VALUE), e->name.c_str(),
-                                   p->name.c_str())
-                    .str();
+        error =
+            CString::Formatted(GetResourceText(IDS_HOST_NO_VALUE), e->name.c_str(), p->name.c_str())
+                .str();
         return {};
     }
     // Aliases ("r" of a resistor) are set under the name the member lists ("resistance").
@@ -609,8 +608,8 @@ std::string NgSpiceEngine::CheckParameterChange(long id, const CStringArray& nam
     return error;
 }
 
-std::vector<std::string> NgSpiceEngine::UnknownOutputVariables(
-    const std::vector<std::string>& names) {
+std::vector<std::string>
+NgSpiceEngine::UnknownOutputVariables(const std::vector<std::string>& names) {
     EnsureRead();
     std::vector<std::string> unknown;
     // Without an operating point there is nothing to check against.
@@ -659,9 +658,9 @@ std::vector<std::string> NgSpiceEngine::CheckSettings(const CPropertyList& recor
         const CString model(StringOf(ref.member, "model"));
         const CString param(ref.parameter);
         const std::string error =
-            instance ? CheckParameterChange(SNAPIN_INSTANCE_PARAMETER,
-                                            {device, model, CString(StringOf(ref.member, "name")),
-                                             param})
+            instance ? CheckParameterChange(
+                           SNAPIN_INSTANCE_PARAMETER,
+                           {device, model, CString(StringOf(ref.member, "name")), param})
                      : CheckParameterChange(SNAPIN_MODEL_PARAMETER, {device, model, param});
         if (!error.empty() && std::find(refusals.begin(), refusals.end(), error) == refusals.end())
             refusals.push_back(error);

@@ -162,7 +162,8 @@ private:
     bool RunSensitivity(const std::string& statement);
     /// Runs a sensitivity command in a forked child after the `repairs` commands; the child
     /// sends back every plot it made.
-    ForkOutcome SensitivityChild(const std::string& command, const std::vector<std::string>& repairs);
+    ForkOutcome SensitivityChild(const std::string& command,
+                                 const std::vector<std::string>& repairs);
     /// After a compound analysis: the circuit as the netlist has it, without probes when
     /// `dropProbes`.
     void RestoreCircuit(bool dropProbes);

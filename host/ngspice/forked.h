@@ -56,9 +56,9 @@ struct ForkOutcome {
     bool started = false; ///< false when no child could be made (`error` says why)
     bool exitedNormally = false;
     int exitStatus = 0;
-    int signal = 0;         ///< the signal that ended the child, 0 when it exited
-    bool stopped = false;   ///< the parent asked for a stop and killed the child
-    std::string data;       ///< everything the child wrote before it ended
+    int signal = 0;       ///< the signal that ended the child, 0 when it exited
+    bool stopped = false; ///< the parent asked for a stop and killed the child
+    std::string data;     ///< everything the child wrote before it ended
     std::string error;
     bool Completed() const { return exitedNormally && exitStatus == 0; }
 };

@@ -29,7 +29,8 @@ struct ProbedDeck {
 /// and subcircuit instances; where a card's nodes end is found from `models` (lower-case names
 /// of the circuit's models). Cards inside ".subckt" and ".control" blocks, other kinds and
 /// cards that do not read as expected stay as they are. Continuation lines are joined.
-ProbedDeck InsertPinProbes(const std::vector<std::string>& deck, const std::set<std::string>& models);
+ProbedDeck InsertPinProbes(const std::vector<std::string>& deck,
+                           const std::set<std::string>& models);
 
 /// The name under which the current of `probe` reaches the analyses: the trace-width form
 /// "x" + component + ".pinvoltagev--" + pin + "#branch".

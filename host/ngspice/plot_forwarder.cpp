@@ -11,9 +11,9 @@ namespace host {
 
 ANALYSIS_TYPE PlotAnalysisType(std::string_view plot) {
     static const std::pair<std::string_view, ANALYSIS_TYPE> kTypes[] = {
-        {"tran", AT_TRAN},   {"noise", AT_NOISE}, {"disto", AT_DISTO}, {"sens", AT_SENS},
-        {"op", AT_OP},       {"ac", AT_AC},       {"dc", AT_DC},       {"pz", AT_PZ},
-        {"tf", AT_TF},
+        {"tran", AT_TRAN}, {"noise", AT_NOISE}, {"disto", AT_DISTO},
+        {"sens", AT_SENS}, {"op", AT_OP},       {"ac", AT_AC},
+        {"dc", AT_DC},     {"pz", AT_PZ},       {"tf", AT_TF},
     };
     for (const auto& [prefix, type] : kTypes)
         if (plot.substr(0, prefix.size()) == prefix && plot.size() > prefix.size() &&

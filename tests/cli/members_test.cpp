@@ -47,7 +47,8 @@ TEST_F(MembersCommand, ListsInstancesAndModelsWithValuesAndReadyToPasteRecords) 
              "\ninstance r2 (Resistor, model R)\n"
              "  record: InstToSweep:list{name:string{r2} isinst:int{1}}\n",
              "\ninstance v1 (Vsource)\n",
-             "\nmodel dmod (Diode)\n  record: ModelToSweep:list{model:string{dmod} isinst:int{0}}\n",
+             "\nmodel dmod (Diode)\n  record: ModelToSweep:list{model:string{dmod} "
+             "isinst:int{0}}\n",
          })
         EXPECT_NE(r.out.find(line), std::string::npos) << line << "\n" << r.out;
 
@@ -61,8 +62,7 @@ TEST_F(MembersCommand, ListsInstancesAndModelsWithValuesAndReadyToPasteRecords) 
     EXPECT_NE(resistance.find(" 2200 "), std::string::npos) << resistance;
     EXPECT_NE(resistance.find(" InputOutput "), std::string::npos) << resistance;
     EXPECT_NE(resistance.find(" Resistance "), std::string::npos) << resistance;
-    EXPECT_NE(resistance.find("InstParamToSweep:list{name:string{resistance}}"),
-              std::string::npos);
+    EXPECT_NE(resistance.find("InstParamToSweep:list{name:string{resistance}}"), std::string::npos);
     const std::string is = row("is ", "model dmod");
     EXPECT_NE(is.find(" 2e-14 "), std::string::npos) << is;
     EXPECT_NE(is.find("ModelParamToSweep:list{name:string{is}}"), std::string::npos) << is;
@@ -79,17 +79,16 @@ TEST_F(MembersCommand, OnlyNarrowsTheListingAndEveryFailureHasItsStatus) {
 
     const Result missing = Canal({"members", circuit, "--only", "r9"});
     EXPECT_EQ(missing.status, 1);
-    EXPECT_EQ(missing.err,
-              "canal: members: the circuit has no instance or model called \"r9\"\n");
+    EXPECT_EQ(missing.err, "canal: members: the circuit has no instance or model called \"r9\"\n");
 
     const Result unreadable = Canal({"members", (dir_ / "none.cir").string()});
     EXPECT_EQ(unreadable.status, 2);
     EXPECT_NE(unreadable.err.find("cannot read circuit file"), std::string::npos);
 
-    const Result rejected = Canal({"members", Write("broken\nd1 a 0 nomodel\nv1 a 0 dc 1\n.end\n")});
+    const Result rejected =
+        Canal({"members", Write("broken\nd1 a 0 nomodel\nv1 a 0 dc 1\n.end\n")});
     EXPECT_EQ(rejected.status, 1);
-    EXPECT_NE(rejected.err.find("ngspice rejected the circuit"), std::string::npos)
-        << rejected.err;
+    EXPECT_NE(rejected.err.find("ngspice rejected the circuit"), std::string::npos) << rejected.err;
 }
 
 TEST(StatusFrontEnd, EngineStatusTextsReachTheStatusLine) {

@@ -12,19 +12,25 @@ using canal_test::EngineTest;
 using host::CircuitContents;
 
 TEST(CircuitListings, DeviceKindsKeepNgspiceTableOrder) {
-    const std::vector<std::string> lines = {
-        "Devices available in the simulator", "", "URC                  :\tUniform R.C. line",
-        "ASRC                 :\tArbitrary Source ", "BJT                  :\tBipolar Junction Transistor"};
+    const std::vector<std::string> lines = {"Devices available in the simulator", "",
+                                            "URC                  :\tUniform R.C. line",
+                                            "ASRC                 :\tArbitrary Source ",
+                                            "BJT                  :\tBipolar Junction Transistor"};
     EXPECT_EQ(host::ParseDeviceKinds(lines), (std::vector<std::string>{"URC", "ASRC", "BJT"}));
 }
 
 TEST(CircuitListings, ParameterTablesKeepAliasesAndReadTheDirections) {
-    const std::vector<std::string> lines = {
-        "Resistor - Simple linear resistor", "Model Parameters", "id#\t Name      \t Dir\t Description",
-        "103\t rsh       \t inout\t Sheet resistance", "Instance Parameters",
-        "id#\t Name      \t Dir\t Description", "1\t resistance\t inout\t Resistance",
-        "1\t r         \t inout\t Resistance", "5\t sens_resist\t in\t flag to request sensitivity",
-        "6\t i         \t out\t Current", "401\t coefficient\t inout\t "};
+    const std::vector<std::string> lines = {"Resistor - Simple linear resistor",
+                                            "Model Parameters",
+                                            "id#\t Name      \t Dir\t Description",
+                                            "103\t rsh       \t inout\t Sheet resistance",
+                                            "Instance Parameters",
+                                            "id#\t Name      \t Dir\t Description",
+                                            "1\t resistance\t inout\t Resistance",
+                                            "1\t r         \t inout\t Resistance",
+                                            "5\t sens_resist\t in\t flag to request sensitivity",
+                                            "6\t i         \t out\t Current",
+                                            "401\t coefficient\t inout\t "};
     const host::ParameterTables t = host::ParseParameterTables(lines);
     ASSERT_EQ(t.model.size(), 1u);
     EXPECT_EQ(t.model[0].name, "rsh");
@@ -44,13 +50,17 @@ TEST(CircuitListings, ParameterTablesKeepAliasesAndReadTheDirections) {
 TEST(CircuitListings, ShowListingsGiveEachInstanceItsKindAndModel) {
     const std::vector<std::string> kinds = {"BJT", "Resistor", "Vsource"};
     const std::vector<std::string> show = {
-        "BJT: Bipolar Junction Transistor", "device                    q1",
-        "model                    qn", "canal_no_such_parameter             ?????????",
+        "BJT: Bipolar Junction Transistor",
+        "device                    q1",
+        "model                    qn",
+        "canal_no_such_parameter             ?????????",
         "Resistor: Simple linear resistor",
         "device                    r5                    r4                    r2",
         "model                     R                     R                     R",
-        "device                    r1", "model                     R",
-        "Vsource: Independent voltage source", "device                    v3                    v1"};
+        "device                    r1",
+        "model                     R",
+        "Vsource: Independent voltage source",
+        "device                    v3                    v1"};
     const std::vector<host::ShownElement> instances = host::ParseShownInstances(show, kinds);
     ASSERT_EQ(instances.size(), 7u);
     EXPECT_EQ(instances[0].kind, "BJT");
@@ -60,10 +70,9 @@ TEST(CircuitListings, ShowListingsGiveEachInstanceItsKindAndModel) {
     EXPECT_EQ(instances[6].kind, "Vsource");
     EXPECT_EQ(instances[6].model, "");
 
-    const std::vector<std::string> showmod = {"BJT models (Bipolar Junction Transistor)",
-                                              "model                    qn", "",
-                                              "Resistor models (Simple linear resistor)",
-                                              "model                     R"};
+    const std::vector<std::string> showmod = {
+        "BJT models (Bipolar Junction Transistor)", "model                    qn", "",
+        "Resistor models (Simple linear resistor)", "model                     R"};
     const std::vector<host::ShownElement> models = host::ParseShownModels(showmod, kinds);
     ASSERT_EQ(models.size(), 2u);
     EXPECT_EQ(models[1].kind, "Resistor");
@@ -149,9 +158,9 @@ TEST_F(EngineTest, TheCircuitReadBackHasKindsModelsInstancesValuesAndModes) {
         engine_.GetSessionDistributor()->GetMainSession()->GetInstanceHandle());
     const CSpiceDevice diode = circuit.FindDevice("Diode");
     EXPECT_TRUE(diode.FindModel(circuit, "dmod").FindInstance("d1").IsValid());
-    EXPECT_EQ(diode.GetIndex(), static_cast<int>(std::find(c.kinds.begin(), c.kinds.end(),
-                                                           "Diode") -
-                                                 c.kinds.begin()));
+    EXPECT_EQ(
+        diode.GetIndex(),
+        static_cast<int>(std::find(c.kinds.begin(), c.kinds.end(), "Diode") - c.kinds.begin()));
     const CPropertyList records = engine_.GetModelValues(diode.FindModel(circuit, "dmod"), diode);
     ASSERT_GT(records.GetCount(), 10);
     CPropertyItem first;

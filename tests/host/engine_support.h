@@ -70,9 +70,8 @@ private:
     int OUTpData(const CSpiceArgs& args) override {
         plots.back().re.push_back(args.GetDataRow()->real);
         plots.back().im.push_back(args.GetDataRow()->imag);
-        return abortAfterRows >= 0 && static_cast<int>(plots.back().re.size()) > abortAfterRows
-                   ? 0
-                   : 1;
+        return abortAfterRows >= 0 && static_cast<int>(plots.back().re.size()) > abortAfterRows ? 0
+                                                                                                : 1;
     }
     int OUTendPlot(const CSpiceArgs&) override {
         plots.back().ended = true;
@@ -110,8 +109,8 @@ protected:
             << command << ": " << engine_.LastError();
     }
 
-    int SetInstance(const char* device, const char* model, const char* instance,
-                    const char* param, double value) {
+    int SetInstance(const char* device, const char* model, const char* instance, const char* param,
+                    double value) {
         return engine_.GetSimulatorSnapIn()->SetProperty(
             SNAPIN_INSTANCE_PARAMETER, IITVariant(CStringArray{device, model, instance, param}),
             IITVariant(CPropertyItem(param, value)), nullptr);

@@ -21,7 +21,8 @@ const std::vector<std::string> kDiode = {"diode", "i1 0 a dc 1m", "d1 a 0 dmod",
                                          ".model dmod d is=1e-14"};
 const std::vector<std::string> kTwoDiodes = {"two diodes", "i1 0 a dc 1m", "d1 a 0 dmod",
                                              "d2 a 0 dmod area=2", ".model dmod d is=1e-14"};
-const std::vector<std::string> kBjt = {"bjt",         "vcc 1 0 dc 5", "r1 1 2 1k", "rb 1 3 500k",
+const std::vector<std::string> kBjt = {"bjt",         "vcc 1 0 dc 5",
+                                       "r1 1 2 1k",   "rb 1 3 500k",
                                        "q1 2 3 0 qn", ".model qn npn bf=100 vaf=50"};
 
 // kT/q at 27 degrees Celsius.
@@ -169,10 +170,10 @@ TEST_F(EngineTest, SettingsAreRefusedUpFrontForMissingMembersAndUnknownNodes) {
         "MemberParamToSweep:list{name:string{foo}}} TolSpec:list{TolClass:int{0} "
         "MemberToSweep:list{model:string{dmod} isinst:int{0}} "
         "MemberParamToSweep:list{name:string{is}}}} OutputVariable:string{v(nowhere)}}"));
-    EXPECT_EQ(engine_.CheckSettings(record),
-              (std::vector<std::string>{"no instance 'r9' in the circuit",
-                                        "dmod has no parameter 'foo'",
-                                        "Output variables not in the circuit: v(nowhere)"}));
+    EXPECT_EQ(
+        engine_.CheckSettings(record),
+        (std::vector<std::string>{"no instance 'r9' in the circuit", "dmod has no parameter 'foo'",
+                                  "Output variables not in the circuit: v(nowhere)"}));
 
     EXPECT_EQ(engine_.UnknownOutputVariables(
                   {"v(a)", "a", "v(nowhere)", "i(i1)", "i(vx)", "v(a,$0)", "v(a,zz)", "@d1[id]"}),

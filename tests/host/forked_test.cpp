@@ -52,8 +52,8 @@ TEST(SensitivityNames, PrincipalParametersAreSpeltOutAndModelParametersSummed) {
         const auto it = circuit.find(std::string(name));
         return it == circuit.end() ? nullptr : &it->second;
     };
-    const std::vector<std::string> names = {"d1:is", "d1_area", "d2:is", "r_load",  "r_load_m",
-                                            "v1",    "frequency", "x9:is", "r:tc1", "d2_area"};
+    const std::vector<std::string> names = {"d1:is", "d1_area",   "d2:is", "r_load", "r_load_m",
+                                            "v1",    "frequency", "x9:is", "r:tc1",  "d2_area"};
     const std::vector<host::SensitivityColumn> columns =
         host::CanonicalSensitivityColumns(names, lookup);
     std::vector<std::string> got;

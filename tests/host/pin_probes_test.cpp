@@ -14,21 +14,11 @@ using canal_test::RecordingSink;
 
 TEST(PinProbes, EveryPinOfTopLevelComponentsGetsASeriesSource) {
     const std::vector<std::string> deck = {
-        "title r1 a b",
-        "R1 a b 1k",
-        "+ tc1=0.001",
-        "Q1 c b 0 QN",
-        "q2 c b e s qn",
-        "x1 a 0 amp params: gain=2",
-        "e1 a 0 b 0 2",
-        "* d9 a b qn",
-        ".subckt amp in out",
-        "r1 in out 1k",
-        ".ends",
-        ".control",
-        "r5 a b",
-        ".endc",
-        ".model qn npn",
+        "title r1 a b", "R1 a b 1k",     "+ tc1=0.001",
+        "Q1 c b 0 QN",  "q2 c b e s qn", "x1 a 0 amp params: gain=2",
+        "e1 a 0 b 0 2", "* d9 a b qn",   ".subckt amp in out",
+        "r1 in out 1k", ".ends",         ".control",
+        "r5 a b",       ".endc",         ".model qn npn",
         ".end",
     };
     const host::ProbedDeck p = host::InsertPinProbes(deck, {"qn"});
@@ -72,9 +62,17 @@ TEST(PinProbes, EveryPinOfTopLevelComponentsGetsASeriesSource) {
 }
 
 const std::vector<std::string> kAmplifier = {
-    "amplifier",  "vcc vcc 0 dc 12",   "vin in 0 dc 0 sin(0 10m 1k)", "c1 in b 10u",
-    "r1 vcc b 47k", "r2 b 0 10k",      "rc vcc c 4.7k",               "re e 0 1k",
-    "ce e 0 100u", "q1 c b e qn",      ".model qn npn bf=200 vaf=100",
+    "amplifier",
+    "vcc vcc 0 dc 12",
+    "vin in 0 dc 0 sin(0 10m 1k)",
+    "c1 in b 10u",
+    "r1 vcc b 47k",
+    "r2 b 0 10k",
+    "rc vcc c 4.7k",
+    "re e 0 1k",
+    "ce e 0 100u",
+    "q1 c b e qn",
+    ".model qn npn bf=200 vaf=100",
 };
 
 // Pin currents of the last plot by component and pin.

@@ -10,7 +10,8 @@ TEST(Csv, RealTracesGiveOneColumnEachWithFullPrecision) {
     page.xName = "time";
     page.x = {0.0, 1e-3, 2e-3};
     page.traces.push_back({"v(out)", {0.1, 1.0 / 3.0, -2.5e-12}, {}, true, {}});
-    page.traces.push_back({"v(in)", {1, 2, 3}, {}, false, {}}); // saved, not plotted: still a column
+    page.traces.push_back(
+        {"v(in)", {1, 2, 3}, {}, false, {}}); // saved, not plotted: still a column
     EXPECT_EQ(report::ToCsv(page), "time,v(out),v(in)\n"
                                    "0,0.10000000000000001,1\n"
                                    "0.001,0.33333333333333331,2\n"
