@@ -116,23 +116,22 @@ const ParameterTables& Tables(NgSpiceSession& session, const std::string& kind) 
                   [&] { return ParseParameterTables(session.Command("devhelp " + kind).out); });
 }
 
-void ClearSaveList(NgSpiceSession& session) {
-    const std::optional<std::string> held = session.SaveList();
-    if (held && held->empty())
-        return;
-    if (session.Command("delete all").ok)
-        session.SetSaveList(std::string());
-}
-
 // An operating point sets every model's defaults (before it, parameters not given read 0) and
-// names the circuit's nodes and branches; its plot is not kept.
+// names the circuit's nodes and branches; its plot is not kept. It saves everything, and the
+// save list of a script that is running is put back afterwards.
 void SetUp(NgSpiceSession& session, CircuitContents& contents) {
-    ClearSaveList(session);
+    const std::optional<std::string> held = session.SaveList();
+    if (!held || !held->empty()) {
+        (void)session.Command("delete all");
+        session.SetSaveList(std::string());
+    }
     CommandResult r;
     {
         const NgSpiceSession::ListenerScope quiet(session, nullptr);
         r = session.Command("op");
     }
+    if (held && !held->empty() && session.Command("save " + *held).ok)
+        session.SetSaveList(held);
     if (!r.ok || r.plots.empty()) {
         contents.notes.push_back(GetResourceText(IDS_HOST_READ_NO_OP) + r.error);
         return;

@@ -79,8 +79,8 @@ struct CircuitContents {
 /// Reads the circuit ngspice holds now. Runs one operating point first, so that model defaults
 /// are in place, and removes its plot again. Every parameter value is read in forked children
 /// (a few parameters crash ngspice 39 when read), restarting after each crash without the
-/// parameter that caused it. Leaves ngspice's save list empty. `skip` names instances left out
-/// (the host's own probe sources).
+/// parameter that caused it. ngspice's save list is as it was afterwards. `skip` names
+/// instances left out (the host's own probe sources).
 CircuitContents ReadCircuit(NgSpiceSession& session, const std::vector<std::string>& skip = {});
 
 /// Fills `circuit` (a fresh circuit of a session, whose device table is empty or ngspice's)

@@ -9,6 +9,7 @@
 #include "platform/resources.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <chrono>
 #include <set>
@@ -22,8 +23,12 @@ namespace {
 // it changes nothing measurable, the elements exist. Only the throwaway child sees it.
 constexpr const char* kBjtSensRepair = " rco = 1e-9";
 
+// Netlist names ignore case; compared without copies, as every parameter change compares some.
 bool SameName(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && Lower(a) == Lower(b);
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+        return std::tolower(static_cast<unsigned char>(x)) ==
+               std::tolower(static_cast<unsigned char>(y));
+    });
 }
 
 bool Matches(const CString& wanted, const std::string& actual) {
@@ -283,7 +288,9 @@ bool NgSpiceEngine::RunCompound(const std::string& keyAndRecord, Analyses* analy
 
     int result = 0;
     try {
-        result = DispatchCompoundCommand(commands_, *this, analyses, CString(keyAndRecord));
+        result = commands_.data() == CompoundCommands().data()
+                     ? ExecuteCommand(analyses, CString(keyAndRecord))
+                     : DispatchCompoundCommand(commands_, *this, analyses, CString(keyAndRecord));
     } catch (...) {
         RestoreCircuit(probes);
         throw;
@@ -299,15 +306,16 @@ bool NgSpiceEngine::RunCompound(const std::string& keyAndRecord, Analyses* analy
 }
 
 void NgSpiceEngine::RestoreCircuit(bool dropProbes) {
+    // A failure here is noted but leaves the analysis's own message (LastError) alone.
     std::string error;
     if (dropProbes) {
         if (!SetPinProbes(false, error))
-            Fail(error);
-    } else {
+            messages_.push_back(error);
+    } else if (session_.HasCircuit()) {
         // "reset" re-reads the deck: altered parameters, temperature and options go back.
         const CommandResult r = session_.ResetCircuit();
         if (!r.ok)
-            Fail(GetResourceText(IDS_HOST_CLEANUP_FAILED) + r.error);
+            messages_.push_back(GetResourceText(IDS_HOST_CLEANUP_FAILED) + r.error);
     }
     RevertMembers();
 }
@@ -399,7 +407,7 @@ bool NgSpiceEngine::RunSensitivity(const std::string& statement) {
     EnsureRead(); // the names of the plot and the repairs come from the circuit's members
     const AnalysisCommand a = MapAnalysis(Tokens(statement));
     ForkOutcome outcome = SensitivityChild(a.command, {});
-    if (outcome.signal && repairSensitivity_) {
+    if (outcome.Crashed() && repairSensitivity_) {
         // BJT models whose "rco" was not given (ngspice then reports its default, 0.01) are
         // what crashes ngspice 39; the second try gives them a negligible one.
         std::vector<std::string> repairs;
@@ -427,12 +435,8 @@ bool NgSpiceEngine::RunSensitivity(const std::string& statement) {
         Fail(GetResourceText(IDS_HOST_SENS_STOPPED));
         return false;
     }
-    if (outcome.signal) {
-        Fail(CString::Formatted(GetResourceText(IDS_HOST_SENS_CRASHED), outcome.signal).str());
-        return false;
-    }
-    if (!outcome.Completed()) {
-        Fail(CString::Formatted(GetResourceText(IDS_HOST_SENS_UNFINISHED), outcome.exitStatus)
+    if (outcome.Crashed()) {
+        Fail(CString::Formatted(GetResourceText(IDS_HOST_SENS_CRASHED), outcome.Ending().c_str())
                  .str());
         return false;
     }

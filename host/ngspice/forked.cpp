@@ -13,7 +13,8 @@
 namespace host {
 
 void ByteWriter::Raw(const void* p, std::size_t n) {
-    buffer_.append(static_cast<const char*>(p), n);
+    if (n > 0)
+        buffer_.append(static_cast<const char*>(p), n);
 }
 
 void ByteWriter::Text(std::string_view s) {
@@ -43,6 +44,8 @@ bool ByteWriter::Flush() {
 }
 
 bool ByteReader::Take(void* out, std::size_t n) {
+    if (n == 0)
+        return ok_;
     if (!ok_ || data_.size() - pos_ < n) {
         ok_ = false;
         std::memset(out, 0, n);
@@ -85,6 +88,11 @@ std::vector<double> ByteReader::Doubles() {
     std::vector<double> v(n);
     Take(v.data(), n * sizeof(double));
     return v;
+}
+
+std::string ForkOutcome::Ending() const {
+    return signal ? "signal " + std::to_string(signal)
+                  : "exit status " + std::to_string(exitStatus);
 }
 
 ForkOutcome RunForked(const std::function<void(ByteWriter&)>& work,

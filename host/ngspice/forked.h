@@ -61,6 +61,11 @@ struct ForkOutcome {
     std::string data;     ///< everything the child wrote before it ended
     std::string error;
     bool Completed() const { return exitedNormally && exitStatus == 0; }
+    /// The child ended before finishing its work: a signal, or (under a sanitizer, which turns
+    /// a crash into an exit) a non-zero status.
+    bool Crashed() const { return started && !stopped && !Completed(); }
+    /// "signal 11" or "exit status 1": how the child ended.
+    std::string Ending() const;
 };
 
 /// Runs `work` in a child process, a copy of this one taken now: ngspice's loaded circuit and

@@ -230,6 +230,9 @@ void Execution::CloseScope() {
 
 CommandResult Execution::Capture(const std::string& command, bool intoPage) {
     CommandResult r = session_.Command(command);
+    // An inner run's chatter ("Doing analysis at ...") is kept only when it explains a failure.
+    if (Silent() && r.ok)
+        return r;
     for (auto* log : {intoPage && !Silent() ? &pages_.Current().log : nullptr, &result_.log}) {
         if (!log)
             continue;

@@ -20,24 +20,23 @@ namespace host {
 namespace {
 
 // ngspice reads and prints numbers with strtod/printf, which follow LC_NUMERIC. The guard makes
-// the calling thread use the C locale for the length of one library call.
+// the calling thread use the C locale for the length of one library call. The locale object is
+// made once: a compound analysis makes thousands of calls.
 class CLocaleGuard {
 public:
-    CLocaleGuard() : c_(newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr))) {
-        if (c_)
-            old_ = uselocale(c_);
+    CLocaleGuard() {
+        static const locale_t c = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
+        if (c)
+            old_ = uselocale(c);
     }
     ~CLocaleGuard() {
-        if (c_) {
+        if (old_)
             uselocale(old_);
-            freelocale(c_);
-        }
     }
     CLocaleGuard(const CLocaleGuard&) = delete;
     CLocaleGuard& operator=(const CLocaleGuard&) = delete;
 
 private:
-    locale_t c_;
     locale_t old_ = nullptr;
 };
 

@@ -253,6 +253,7 @@ TEST_F(EngineTest, ACrashOfTheSensitivityChildFailsTheCommandAndNothingElse) {
 // A compound analysis in miniature: sets r2 to each value of the record and runs an operating
 // point, until a stop is requested.
 std::vector<double> g_fakeResults;
+std::vector<CString> g_fakeVectors; // of the last inner run
 std::atomic<bool>* g_interrupt = nullptr;
 
 int RunFakeSweep(CASimulationEngine& engine, Analyses* analyses, const CPropertyList& record) {
@@ -275,6 +276,7 @@ int RunFakeSweep(CASimulationEngine& engine, Analyses* analyses, const CProperty
         if (!engine.SilentExecuteSimulatorCommand("op;"))
             return 0;
         g_fakeResults.push_back(sink.Last("v(out)"));
+        g_fakeVectors = sink.plots.back().info.vectorNames;
     }
     return 1;
 }
@@ -286,9 +288,11 @@ TEST_F(EngineTest, OrvoStatementsRunCompoundAnalysesThatFindTheCircuitAsWrittenA
     engine_.SetCompoundCommands(kFakeTable);
     g_fakeResults.clear();
     const host::RunResult r = engine_.Run(
-        "begin-scope page Sweep; save all; orvo FAKE Values:array{1000 2000 4000}; end-scope ",
+        "begin-scope page Sweep; save v(out); orvo FAKE Values:array{1000 2000 4000}; end-scope ",
         &analyses_);
     ASSERT_TRUE(r.ok) << r.error;
+    // Inner runs save what their scope asked for, although the circuit was read in between.
+    EXPECT_EQ(g_fakeVectors, std::vector<CString>{"v(out)"});
     ASSERT_EQ(g_fakeResults.size(), 3u);
     EXPECT_REL(g_fakeResults[0], 2.5, 1e-9);
     EXPECT_REL(g_fakeResults[1], 10.0 / 3.0, 1e-9);
