@@ -214,7 +214,8 @@ void NgSpiceEngine::Loaded() {
     probes_.clear();
     probeRenames_.clear();
     forwarder_.SetRenames(nullptr);
-    changes_.clear();
+    // The same deck loaded again is not read again; its members must show the netlist's values.
+    RevertMembers();
     pendingError_.clear();
     lastError_.clear();
     SetCircuitDataState(true);
