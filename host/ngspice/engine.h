@@ -21,6 +21,7 @@ namespace host {
 
 class NgSpiceSession;
 class NgSpiceEngine;
+struct SensitivityPlot; ///< a plot as the sensitivity child sends it back
 
 /// The engine's simulator snap-in: property 2018 (names: device, model, instance, parameter)
 /// becomes "alter @INSTANCE[PARAM] = V", 2019 (device, model, parameter) "altermod MODEL PARAM =
@@ -160,6 +161,13 @@ private:
                            std::string& error, Change& change);
     bool RunBatch(const std::string& text);
     bool RunSensitivity(const std::string& statement);
+    /// The commands that keep ngspice 39's sensitivity analysis from crashing on the circuit's
+    /// BJT models; `repaired` names the models.
+    std::vector<std::string> BjtSensitivityRepairs(std::string& repaired) const;
+    /// Runs a sensitivity command in a child and reads the plots it sends back; false with the
+    /// message in LastError when the child failed or crashed (then `*crashed` is set).
+    bool SensitivityPlots(const std::string& command, const std::vector<std::string>& repairs,
+                          std::vector<SensitivityPlot>& plots, bool* crashed = nullptr);
     /// Runs a sensitivity command in a forked child after the `repairs` commands; the child
     /// sends back every plot it made.
     ForkOutcome SensitivityChild(const std::string& command,

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <complex>
 #include <functional>
 
 namespace {
@@ -189,7 +190,7 @@ TEST_F(EngineTest, AnUnknownSavedNodeIsNamedInTheFailure) {
         << r.error;
 }
 
-TEST_F(EngineTest, TemperatureSetByOneInnerRunHoldsForTheNextUntilReset) {
+TEST_F(EngineTest, TemperatureSetInOneInnerRunHoldsForTheNextUntilRestored) {
     Load(kDiode);
     Silent("op;");
     const double nominal = sink_.Last("v(a)");
@@ -218,6 +219,28 @@ TEST_F(EngineTest, SensitivitiesNameInstanceAndModelParametersAsTheAnalysesReadT
     EXPECT_LT(info.FindVector("d1:is"), 0);
     // d(kT/q ln(I / (3 is))) / d is: the model's sensitivity is the sum over its instances.
     EXPECT_REL(Sensitivity(sink_, "dmod:is"), -kThermalVoltage / 1e-14, 1e-2);
+}
+
+TEST_F(EngineTest, AcSensitivitiesAreComplexRowsOverFrequency) {
+    Load(kRcLowPass);
+    Silent("sens v(out) ac dec 1 10 1000");
+    ASSERT_EQ(sink_.plots.size(), 1u);
+    const RecordingSink::Plot& p = sink_.plots[0];
+    ASSERT_GE(p.info.scaleIndex, 0);
+    EXPECT_EQ(p.info.vectorNames[static_cast<std::size_t>(p.info.scaleIndex)], "frequency");
+    const int r1 = p.info.FindVector("r1_resistance");
+    ASSERT_GE(r1, 0);
+    EXPECT_TRUE(p.info.vectorIsComplex[static_cast<std::size_t>(r1)]);
+    ASSERT_EQ(p.re.size(), 3u);
+    for (std::size_t row = 0; row < p.re.size(); ++row) {
+        // H = 1 / (1 + jwRC): dH/dR = -jwC / (1 + jwRC)^2.
+        const double w = 2 * M_PI * p.re[row][static_cast<std::size_t>(p.info.scaleIndex)];
+        const std::complex<double> jwc(0.0, w * 1e-6),
+            d = -jwc / ((1.0 + jwc * 1e3) * (1.0 + jwc * 1e3));
+        const std::complex<double> got(p.re[row][static_cast<std::size_t>(r1)],
+                                       p.im[row][static_cast<std::size_t>(r1)]);
+        EXPECT_LT(std::abs(got - d), 1e-2 * std::abs(d)) << w << " got " << got << " want " << d;
+    }
 }
 
 TEST_F(EngineTest, BjtSensitivitiesAgreeWithFiniteDifferences) {
