@@ -72,7 +72,7 @@ public:
     /// compound analysis on `analyses` (borrowed, may be null) through RunCompound; the
     /// engine's stop request stops the script. `options` may add a status callback and more.
     RunResult Run(const std::string& script, Analyses* analyses, RunOptions options = {});
-    /// Runs one compound request ("MONTE LIST{...}", the text after "orvo") through
+    /// Runs one compound request ("MONTE NumRuns:int{500} ...", the text after "orvo") through
     /// ExecuteCommand: reads the circuit's members first when stale, turns the pin probes on
     /// for "TRACEWIDTH", restores the circuit afterwards. False with the message in `error`
     /// when the analysis failed.
@@ -129,9 +129,10 @@ public:
     CPropertyList GetModelValues(const CSpiceModel& model, const CSpiceDevice& device) override;
     /// Runs Nutmeg text as inner runs of the running analysis: through the host dialect
     /// without pages and without resetting the circuit, the plot data going to the analysis
-    /// event sink (4004-4006, stop polls 4007 between rows and after the command); sensitivity
-    /// analyses run in a forked child. Returns 0, with the message in LastError, when ngspice
-    /// failed, the child crashed, or a parameter change before it could not be made.
+    /// event sink (4004-4006, stop polls 4007 between rows and after the command). Sensitivity
+    /// analyses run in forked children (one per AC frequency), their vectors named
+    /// "INSTANCE_PARAM" and "MODEL:PARAM". Returns 0, with the message in LastError, when
+    /// ngspice failed, a child crashed, or a parameter change before it could not be made.
     int SilentExecuteSimulatorCommand(CString command) override;
 
     /// Messages of OutputString and of failures, in order.
