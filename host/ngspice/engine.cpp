@@ -13,6 +13,7 @@
 #include <charconv>
 #include <chrono>
 #include <set>
+#include <type_traits>
 #include <utility>
 
 namespace host {
@@ -247,6 +248,7 @@ void NgSpiceEngine::EnsureRead() {
     for (const std::string& note : contents_.notes)
         messages_.push_back(note);
     changes_.clear();
+    plans_.clear();
     SetCircuitDataState(true);
 }
 
@@ -328,6 +330,7 @@ void NgSpiceEngine::RevertMembers() {
             element.SetParameterValue(CString(it->parameter), it->original);
         });
     changes_.clear();
+    plans_.clear();
 }
 
 int NgSpiceEngine::SilentExecuteSimulatorCommand(CString command) {
@@ -563,8 +566,7 @@ bool NgSpiceEngine::RunSensitivity(const std::string& statement) {
 
 // --- parameter changes -----------------------------------------------------------------------
 
-std::string NgSpiceEngine::PlanChange(long id, const CStringArray& names,
-                                      const CPropertyItem& value, std::string& error,
+std::string NgSpiceEngine::PlanChange(long id, const CStringArray& names, std::string& error,
                                       Change& change) {
     const unsigned wanted = id == SNAPIN_INSTANCE_PARAMETER ? 4 : 3;
     if (id != SNAPIN_INSTANCE_PARAMETER && id != SNAPIN_MODEL_PARAMETER) {
@@ -590,6 +592,10 @@ std::string NgSpiceEngine::PlanChange(long id, const CStringArray& names,
                     .str();
         return {};
     }
+    change.model = model;
+    change.kind = e->kind;
+    change.modelName = e->model;
+    change.element = e->name;
     if (param.IsEmpty())
         return "-"; // the element alone was asked about
     const auto tables = contents_.tables.find(e->kind);
@@ -610,68 +616,87 @@ std::string NgSpiceEngine::PlanChange(long id, const CStringArray& names,
                     .str();
         return {};
     }
-    const std::string text = ValueText(value);
-    if (text.empty()) {
-        error =
-            CString::Formatted(GetResourceText(IDS_HOST_NO_VALUE), e->name.c_str(), p->name.c_str())
-                .str();
-        return {};
-    }
     // Aliases ("r" of a resistor) are set under the name the member lists ("resistance").
-    std::string canonical = p->name;
+    change.parameter = p->name;
     for (const ParameterInfo& row : *table)
         if (row.id == p->id) {
-            canonical = row.name;
+            change.parameter = row.name;
             break;
         }
-    change.model = model;
-    change.kind = e->kind;
-    change.modelName = e->model;
-    change.element = e->name;
-    change.parameter = canonical;
     if (model)
-        return "altermod " + e->name + " " + canonical + " = " + text;
-    return "alter @" + e->name + "[" + canonical + "] = " + text;
+        return "altermod " + e->name + " " + change.parameter + " = ";
+    return "alter @" + e->name + "[" + change.parameter + "] = ";
 }
 
 int NgSpiceEngine::ChangeParameter(long id, const CStringArray& names, const CPropertyItem& value) {
-    Change change;
-    std::string error;
-    const std::string command = PlanChange(id, names, value, error, change);
-    if (command.empty()) {
+    // A compound analysis changes the same few parameters run after run: each is looked up once.
+    std::string key = std::to_string(id);
+    for (const CString& n : names)
+        (key += '\n') += n.str();
+    auto plan = plans_.find(key);
+    if (plan == plans_.end()) {
+        PlannedChange planned;
+        std::string error;
+        planned.command = PlanChange(id, names, error, planned.change);
+        if (planned.command.empty() || planned.command == "-") {
+            if (error.empty())
+                error = CString::Formatted(GetResourceText(IDS_HOST_NO_PARAMETER),
+                                           planned.change.element.c_str(), "")
+                            .str();
+            pendingError_ = error;
+            Fail(error);
+            return 0;
+        }
+        const CSpiceCircuit circuit = agency_.GetMainSession()->GetCurrentCircuit();
+        const Change& c = planned.change;
+        UpdateMember(circuit, c.model, c.kind, c.modelName, c.element, [&](auto& element) {
+            if constexpr (std::is_same_v<std::decay_t<decltype(element)>, CSpiceModel>)
+                planned.model = element;
+            else
+                planned.instance = element;
+        });
+        plan = plans_.emplace(std::move(key), std::move(planned)).first;
+    }
+    PlannedChange& planned = plan->second;
+    const std::string text = ValueText(value);
+    if (text.empty()) {
+        const std::string error =
+            CString::Formatted(GetResourceText(IDS_HOST_NO_VALUE), planned.change.element.c_str(),
+                               planned.change.parameter.c_str())
+                .str();
         pendingError_ = error;
         Fail(error);
         return 0;
     }
-    const CommandResult r = session_.Command(command);
+    const CommandResult r = session_.Command(planned.command + text);
     if (!r.ok) {
         pendingError_ = r.error;
         Fail(r.error);
         return 0;
     }
-    const CSpiceCircuit circuit = agency_.GetMainSession()->GetCurrentCircuit();
-    const bool first = std::none_of(changes_.begin(), changes_.end(), [&](const Change& c) {
-        return c.model == change.model && c.element == change.element &&
-               c.parameter == change.parameter;
-    });
-    UpdateMember(circuit, change.model, change.kind, change.modelName, change.element,
-                 [&](auto& element) {
-                     if (first) {
-                         const CSpiceParameterList params = element.GetParameters();
-                         if (const CPropertyItem* old = ValueOf(params, change.parameter))
-                             change.original = *old;
-                     }
-                     element.SetParameterValue(CString(change.parameter), value);
-                 });
-    if (first)
-        changes_.push_back(std::move(change));
+    const auto update = [&](auto& element) {
+        if (!planned.recorded) {
+            // The first change of a parameter keeps the value it replaced, to put it back.
+            Change change = planned.change;
+            const CSpiceParameterList params = element.GetParameters();
+            if (const CPropertyItem* old = ValueOf(params, change.parameter))
+                change.original = *old;
+            changes_.push_back(std::move(change));
+            planned.recorded = true;
+        }
+        element.SetParameterValue(CString(planned.change.parameter), value);
+    };
+    if (planned.change.model)
+        update(planned.model);
+    else
+        update(planned.instance);
     return 1;
 }
 
 std::string NgSpiceEngine::CheckParameterChange(long id, const CStringArray& names) {
     Change unused;
     std::string error;
-    PlanChange(id, names, CPropertyItem("value", 0.0), error, unused);
+    PlanChange(id, names, error, unused);
     return error;
 }
 

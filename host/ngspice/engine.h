@@ -156,10 +156,20 @@ private:
     /// Reads the circuit when what was read is stale and ngspice can be asked now (not from
     /// inside one of its callbacks).
     void EnsureRead();
+    /// A change looked up in the circuit, ready for its value.
+    struct PlannedChange {
+        Change change;
+        std::string command;     ///< "alter @r1[resistance] = "
+        CSpiceInstance instance; ///< the members' element (an instance or a model)
+        CSpiceModel model;
+        bool recorded = false; ///< its first change is in `changes_`
+    };
+
     int ChangeParameter(long id, const CStringArray& names, const CPropertyItem& value);
-    /// The ngspice command for a change, or "" with the reason in `error`.
-    std::string PlanChange(long id, const CStringArray& names, const CPropertyItem& value,
-                           std::string& error, Change& change);
+    /// The ngspice command of a change up to its value ("altermod dmod is = "), "-" when the
+    /// names hold no parameter (the element was checked alone), or "" with the reason in
+    /// `error`.
+    std::string PlanChange(long id, const CStringArray& names, std::string& error, Change& change);
     bool RunBatch(const std::string& text);
     bool RunSensitivity(const std::string& statement);
     /// The commands that keep ngspice 39's sensitivity analysis from crashing on the circuit's
@@ -202,7 +212,8 @@ private:
     std::map<std::string, std::string> probeRenames_;
 
     std::vector<Change> changes_; ///< first change of each parameter since the circuit was put back
-    std::string pendingError_;    ///< a refused change, reported by the next command
+    std::map<std::string, PlannedChange> plans_; ///< by property id and names
+    std::string pendingError_;                   ///< a refused change, reported by the next command
     std::string lastError_;
     std::vector<std::string> messages_;
 
