@@ -75,7 +75,7 @@ const CircuitContents::Element* FindElement(const std::vector<CircuitContents::E
     return nullptr;
 }
 
-// The in-memory parameter list of an element of the members' circuit.
+// Finds the members' element (an instance or a model) by its names and hands it to `set`.
 template <class Set>
 void UpdateMember(CSpiceCircuit circuit, bool model, const std::string& kind,
                   const std::string& modelName, const std::string& name, Set&& set) {
