@@ -1,7 +1,9 @@
-// Transient runs of a small RC circuit: through canal's framed script and
-// script runner, and through plain libngspice calls, in one process.
+// Transient runs through canal and through plain libngspice calls, in one process: framed
+// scripts of a small RC circuit, and the inner runs of a compound analysis on the amplifier.
 #include "analyses/core/analysis.h"
 #include "analyses/core/analysis_factory.h"
+#include "engine/plot_event_sink.h"
+#include "host/ngspice/engine.h"
 #include "host/ngspice/script_runner.h"
 #include "host/ngspice/session.h"
 #include "platform/property.h"
@@ -9,7 +11,9 @@
 #include <benchmark/benchmark.h>
 #include <ngspice/sharedspice.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <ctime>
 #include <memory>
 #include <string>
@@ -212,6 +216,227 @@ void BM_TranCanalOverPlain(benchmark::State& state) {
     state.counters["canal/plain_wall"] = plainWall > 0 ? canalWall / plainWall : 0.0;
 }
 
+// --- inner runs of a compound analysis ------------------------------------------------------
+
+constexpr int kInnerRuns = 100; // per measured batch, alternating canal and plain
+
+// The Monte Carlo reference circuit: a one-transistor amplifier.
+const std::vector<std::string> kAmplifier = {
+    "common-emitter amplifier",
+    "VCC vcc 0 DC 12",
+    "VIN in 0 DC 0 AC 1 SIN(0 10m 1k)",
+    "RS in b1 1k",
+    "C1 b1 b 10u",
+    "R1 vcc b 47k",
+    "R2 b 0 10k",
+    "RC vcc c 4.7k",
+    "RE e 0 1k",
+    "CE e 0 100u",
+    "C2 c out 10u",
+    "RL out 0 10k",
+    "Q1 c b e QN",
+    ".model QN NPN(IS=1e-14 BF=200 VAF=100 CJE=10p CJC=5p TF=0.3n)",
+    ".end",
+};
+const char* const kInnerTran = "tran 20u 2m";
+
+struct Tolerance {
+    const char* instance;
+    double nominal;
+};
+constexpr Tolerance kTolerances[] = {{"r1", 47e3}, {"r2", 10e3}, {"rc", 4.7e3}, {"re", 1e3}};
+
+// The value of tolerance t in run `run`: the same deterministic spread on both sides.
+double Varied(const Tolerance& t, int run, int index) {
+    return t.nominal * (1.0 + 0.05 * std::sin(0.7 * run + 1.3 * index) / 3.0);
+}
+
+/// What a Monte Carlo analysis does with each run's events: the maximum of v(out).
+class MaximumSink : public CPlotEventSink {
+public:
+    MaximumSink() : CPlotEventSink("bench", "maximum of v(out)", nullptr) {}
+    double maximum = -INFINITY;
+
+private:
+    int OUTpBeginPlot(const CSpiceArgs& args) override {
+        out_ = args.GetPlotInfo()->FindVector("v(out)");
+        maximum = -INFINITY;
+        return 1;
+    }
+    int OUTpData(const CSpiceArgs& args) override {
+        const CSpiceDataRow& row = *args.GetDataRow();
+        if (out_ >= 0 && static_cast<size_t>(out_) < row.real.size())
+            maximum = std::max(maximum, row.real[static_cast<size_t>(out_)]);
+        return 1;
+    }
+    int out_ = -1;
+};
+
+/// One inner run through the engine: four parameter changes through the snap-in, then the
+/// transient as a silent command whose rows reach the sink as events.
+bool EngineRun(host::NgSpiceEngine& engine, const MaximumSink& sink, int run, std::string& error) {
+    CInstrumentInterface* snapIn = engine.GetSimulatorSnapIn();
+    for (int i = 0; i < 4; ++i) {
+        const Tolerance& t = kTolerances[i];
+        if (!snapIn->SetProperty(SNAPIN_INSTANCE_PARAMETER,
+                                 IITVariant(CStringArray{"", "", t.instance, "resistance"}),
+                                 IITVariant(CPropertyItem("resistance", Varied(t, run, i))),
+                                 nullptr)) {
+            error = engine.LastError();
+            return false;
+        }
+    }
+    if (!engine.SilentExecuteSimulatorCommand(kInnerTran) || !std::isfinite(sink.maximum)) {
+        error = engine.LastError().empty() ? "no v(out) in the run" : engine.LastError();
+        return false;
+    }
+    benchmark::DoNotOptimize(sink.maximum);
+    return true;
+}
+
+/// The same run as a plain client writes it: alter, tran, fetch the vector, destroy the plot.
+bool PlainInnerRun(int run, std::string& error) {
+    for (int i = 0; i < 4; ++i) {
+        const Tolerance& t = kTolerances[i];
+        std::string alter = std::string("alter @") + t.instance +
+                            "[resistance] = " + std::to_string(Varied(t, run, i));
+        ngSpice_Command(alter.data());
+    }
+    ngSpice_Command(const_cast<char*>(kInnerTran));
+    pvector_info info = ngGet_Vec_Info(const_cast<char*>("out"));
+    if (!info || !info->v_realdata) {
+        error = "no vector out";
+        return false;
+    }
+    double maximum = -INFINITY;
+    for (int k = 0; k < info->v_length; ++k)
+        maximum = std::max(maximum, info->v_realdata[k]);
+    benchmark::DoNotOptimize(maximum);
+    ngSpice_Command(const_cast<char*>("destroy all"));
+    return true;
+}
+
+/// Loads the amplifier with ngSpice_Circ, as a plain client would.
+bool LoadAmplifierPlain(std::string& error) {
+    std::vector<std::string> lines = kAmplifier;
+    std::vector<char*> cards;
+    for (std::string& line : lines)
+        cards.push_back(line.data());
+    cards.push_back(nullptr);
+    ngSpice_Command(const_cast<char*>("remcirc"));
+    if (ngSpice_Circ(cards.data()) != 0) {
+        error = "ngSpice_Circ failed";
+        return false;
+    }
+    return true;
+}
+
+/// Per-run overhead of the engine's inner runs (snap-in changes, SilentExecuteSimulatorCommand,
+/// plot events to a measuring sink) over plain libngspice doing alter + tran + vector fetch.
+/// Both run in each iteration, in turns (which goes first alternates, so that drift in the
+/// machine's load hits both alike); "canal/plain" is the ratio of their processor times.
+void BM_InnerRunsCanalOverPlain(benchmark::State& state) {
+    host::NgSpiceEngine engine(host::NgSpiceSession::Get());
+    MaximumSink sink;
+    engine.SetAnalysisEventSink(&sink);
+    std::string error;
+    double canalSeconds = 0.0, plainSeconds = 0.0;
+    const auto canal = [&] {
+        // A freshly loaded circuit; the engine reads the circuit's members once.
+        if (!engine.LoadCircuitLines(kAmplifier, error) || !EngineRun(engine, sink, 0, error))
+            return false;
+        const double c0 = CpuSeconds();
+        for (int run = 1; run <= kInnerRuns; ++run)
+            if (!EngineRun(engine, sink, run, error))
+                return false;
+        canalSeconds += CpuSeconds() - c0;
+        return true;
+    };
+    const auto plain = [&] {
+        if (!LoadAmplifierPlain(error) || !PlainInnerRun(0, error))
+            return false;
+        const double c0 = CpuSeconds();
+        for (int run = 1; run <= kInnerRuns; ++run)
+            if (!PlainInnerRun(run, error))
+                return false;
+        plainSeconds += CpuSeconds() - c0;
+        return true;
+    };
+    bool canalFirst = true;
+    for (auto _ : state) {
+        const bool ok = canalFirst ? canal() && plain() : plain() && canal();
+        canalFirst = !canalFirst;
+        if (!ok) {
+            state.SkipWithError(error.c_str());
+            break;
+        }
+    }
+    engine.SetAnalysisEventSink(nullptr);
+    const double n = static_cast<double>(state.iterations()) * kInnerRuns;
+    state.counters["canal_cpu_ms_per_run"] = canalSeconds * 1e3 / n;
+    state.counters["plain_cpu_ms_per_run"] = plainSeconds * 1e3 / n;
+    state.counters["overhead_us_per_run"] = (canalSeconds - plainSeconds) * 1e6 / n;
+    state.counters["canal/plain"] = plainSeconds > 0 ? canalSeconds / plainSeconds : 0.0;
+}
+
+/// The two sides of BM_InnerRunsCanalOverPlain on their own, for counting instructions
+/// ("perf stat -e instructions:u" with a filter on each), which load on the machine cannot skew.
+void BM_InnerRunsThroughCanal(benchmark::State& state) {
+    host::NgSpiceEngine engine(host::NgSpiceSession::Get());
+    MaximumSink sink;
+    engine.SetAnalysisEventSink(&sink);
+    std::string error;
+    if (!engine.LoadCircuitLines(kAmplifier, error) || !EngineRun(engine, sink, 0, error)) {
+        state.SkipWithError(error.c_str());
+        return;
+    }
+    for (auto _ : state)
+        for (int run = 1; run <= kInnerRuns; ++run)
+            if (!EngineRun(engine, sink, run, error)) {
+                state.SkipWithError(error.c_str());
+                return;
+            }
+    engine.SetAnalysisEventSink(nullptr);
+    state.SetItemsProcessed(state.iterations() * kInnerRuns);
+}
+
+void BM_InnerRunsThroughPlainNgspice(benchmark::State& state) {
+    std::string error;
+    (void)host::NgSpiceSession::Get();
+    if (!LoadAmplifierPlain(error) || !PlainInnerRun(0, error)) {
+        state.SkipWithError(error.c_str());
+        return;
+    }
+    for (auto _ : state)
+        for (int run = 1; run <= kInnerRuns; ++run)
+            if (!PlainInnerRun(run, error)) {
+                state.SkipWithError(error.c_str());
+                return;
+            }
+    state.SetItemsProcessed(state.iterations() * kInnerRuns);
+}
+
+/// Reading the amplifier's members: device tables, an operating point, every parameter value
+/// in forked children.
+void BM_CircuitRead(benchmark::State& state) {
+    host::NgSpiceEngine engine(host::NgSpiceSession::Get());
+    std::string error;
+    double seconds = 0.0;
+    int round = 0;
+    for (auto _ : state) {
+        // Another title makes another deck, which the engine reads afresh.
+        std::vector<std::string> deck = kAmplifier;
+        deck.front() += " " + std::to_string(++round);
+        if (!engine.LoadCircuitLines(deck, error)) {
+            state.SkipWithError(error.c_str());
+            break;
+        }
+        benchmark::DoNotOptimize(engine.Contents().instances.size());
+        seconds += engine.LastReadSeconds();
+    }
+    state.counters["read_ms"] = seconds * 1e3 / static_cast<double>(state.iterations());
+}
+
 } // namespace
 
 BENCHMARK(BM_TranThroughCanal)->Unit(benchmark::kMillisecond)->Iterations(3);
@@ -222,5 +447,10 @@ BENCHMARK(BM_TranCanalOverPlain)
     ->Arg(0)
     ->Unit(benchmark::kMillisecond)
     ->Iterations(3);
+
+BENCHMARK(BM_InnerRunsCanalOverPlain)->Unit(benchmark::kMillisecond)->Iterations(20);
+BENCHMARK(BM_InnerRunsThroughCanal)->Unit(benchmark::kMillisecond)->Iterations(10);
+BENCHMARK(BM_InnerRunsThroughPlainNgspice)->Unit(benchmark::kMillisecond)->Iterations(10);
+BENCHMARK(BM_CircuitRead)->Unit(benchmark::kMillisecond)->Iterations(10);
 
 BENCHMARK_MAIN();

@@ -4,6 +4,7 @@
 
 #include "cli/args.h"
 #include "cli/plan.h"
+#include "cli/members.h"
 #include "cli/run.h"
 #include "cli/settings.h"
 #include "platform/resources.h"
@@ -110,6 +111,8 @@ const std::vector<Command>& Commands() {
          IDS_CLI_SUMMARY_RUN,      IDS_RUN_HELP,          Analyses,            &RunAnalysis},
         {"plan",     {"NICKNAME"},            {"--settings", "--seed"},
          IDS_CLI_SUMMARY_PLAN,     IDS_PLAN_HELP,         Analyses,            &PlanAnalysis},
+        {"members",  {"CIRCUIT"},             {"--only"},
+         IDS_CLI_SUMMARY_MEMBERS,  IDS_MEMBERS_HELP,      None,                &ListMembers},
         {"demo",     {},                      {"--out"},
          IDS_CLI_SUMMARY_DEMO,     IDS_DEMO_HELP,         None,                &RunDemo},
     };

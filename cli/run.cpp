@@ -96,6 +96,16 @@ report::Section FailedSection(const Analyses::Analysis& analysis, const std::str
     return section;
 }
 
+const char* UnreadableReason(const std::string& path) {
+    std::error_code ec;
+    if (std::filesystem::is_directory(path, ec))
+        return std::strerror(EISDIR);
+    errno = 0;
+    if (!std::ifstream(path))
+        return std::strerror(errno ? errno : ENOENT);
+    return nullptr;
+}
+
 bool WriteAndSummarize(const report::Report& report, const std::string& dir, std::ostream& out,
                        std::ostream& err) {
     for (const report::Section& section : report.sections) {
@@ -131,18 +141,7 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
     const std::string* outOption = call.Value("--out");
     const std::string dir = outOption ? *outOption : std::string("canal-out");
 
-    // Reading the file here gives a plain message instead of ngspice's.
-    const char* unreadable = nullptr;
-    std::error_code ec;
-    if (std::filesystem::is_directory(circuit, ec)) {
-        unreadable = std::strerror(EISDIR);
-    } else {
-        errno = 0;
-        if (!std::ifstream(circuit))
-            unreadable = std::strerror(errno ? errno : ENOENT);
-    }
-    if (unreadable) {
-        const char* reason = unreadable;
+    if (const char* reason = UnreadableReason(circuit)) {
         ReportError(
             err, CString::Formatted(GetResourceText(IDS_RUN_ERR_CIRCUIT), circuit.c_str(), reason)
                      .view());

@@ -50,6 +50,10 @@ report::Section SimulateAnalysis(host::ScriptRunner& runner, const Analyses::Ana
 /// load): its settings and the message, no pages.
 report::Section FailedSection(const Analyses::Analysis& analysis, const std::string& error);
 
+/// Why the circuit file at `path` cannot be read (the C library's text), or null when it can.
+/// Checking first gives a plain message instead of ngspice's.
+const char* UnreadableReason(const std::string& path);
+
 /// `canal run`: simulates the circuit with one analysis and writes the results.
 int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err);
 

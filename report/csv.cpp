@@ -60,11 +60,48 @@ std::string ToCsvWithoutX(const Page& page) {
     return out;
 }
 
+// Where each trace has a value on the page's x grid: index i of the grid is the trace's
+// point at[i], or none. Traces with their own x values meet the grid where the values are equal.
+struct Alignment {
+    std::vector<double> grid;
+    std::vector<std::vector<size_t>> at; ///< per trace; npos where the trace has no point
+};
+
+Alignment Align(const Page& page) {
+    Alignment a;
+    const bool ownX = std::any_of(page.traces.begin(), page.traces.end(),
+                                  [](const Trace& t) { return !t.x.empty(); });
+    a.grid = page.x;
+    if (ownX) {
+        for (const Trace& t : page.traces)
+            a.grid.insert(a.grid.end(), t.x.begin(), t.x.end());
+        std::sort(a.grid.begin(), a.grid.end());
+        a.grid.erase(std::unique(a.grid.begin(), a.grid.end()), a.grid.end());
+    }
+    for (const Trace& t : page.traces) {
+        std::vector<size_t> at(a.grid.size(), std::string::npos);
+        const std::vector<double>& xs = XOf(page, t);
+        if (!ownX) {
+            for (size_t i = 0; i < at.size(); ++i)
+                at[i] = i;
+        } else {
+            for (size_t k = 0; k < xs.size(); ++k) {
+                const auto it = std::lower_bound(a.grid.begin(), a.grid.end(), xs[k]);
+                if (it != a.grid.end() && *it == xs[k])
+                    at[static_cast<size_t>(it - a.grid.begin())] = k;
+            }
+        }
+        a.at.push_back(std::move(at));
+    }
+    return a;
+}
+
 } // namespace
 
 std::string ToCsv(const Page& page) {
-    if (page.x.empty())
+    if (!HasX(page))
         return ToCsvWithoutX(page);
+    const Alignment aligned = Align(page);
 
     std::string out = CsvField(page.xName.empty() ? std::string("x") : page.xName);
     size_t rows = page.x.size();
@@ -80,19 +117,23 @@ std::string ToCsv(const Page& page) {
         rows = std::max(rows, t.re.size());
     }
     out += '\n';
+    if (aligned.grid.size() != page.x.size() || aligned.grid != page.x)
+        rows = aligned.grid.size();
 
     for (size_t i = 0; i < rows; ++i) {
-        out += Cell(page.x, i);
-        for (const Trace& t : page.traces) {
+        out += Cell(aligned.grid, i);
+        for (size_t n = 0; n < page.traces.size(); ++n) {
+            const Trace& t = page.traces[n];
+            const size_t k = i < aligned.grid.size() ? aligned.at[n][i] : i;
             out += ',';
             if (!t.IsComplex()) {
-                out += Cell(t.re, i);
+                out += Cell(t.re, k);
                 continue;
             }
-            if (i < t.re.size() && i < t.im.size()) {
-                out += FormatFull(Magnitude(t.re[i], t.im[i]));
+            if (k < t.re.size() && k < t.im.size()) {
+                out += FormatFull(Magnitude(t.re[k], t.im[k]));
                 out += ',';
-                out += FormatFull(PhaseDegrees(t.re[i], t.im[i]));
+                out += FormatFull(PhaseDegrees(t.re[k], t.im[k]));
             } else {
                 out += ',';
             }

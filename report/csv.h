@@ -16,8 +16,9 @@ std::string CsvField(std::string_view text);
 /// row (x name, then the traces), one row per x value; complex traces give two
 /// columns, "|name|" (magnitude) and "phase(name)" (degrees). Pages without x
 /// values (operating point, transfer function, poles and zeros) give "name,value"
-/// rows, with an "imaginary" column when some trace is complex. Numbers carry 17
-/// significant digits; missing values are empty cells.
+/// rows, with an "imaginary" column when some trace is complex. Traces with x values of
+/// their own share one x column, the union of all x values, and leave a cell empty where they
+/// have no point. Numbers carry 17 significant digits; missing values are empty cells.
 std::string ToCsv(const Page& page);
 
 } // namespace report

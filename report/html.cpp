@@ -152,7 +152,7 @@ std::string ToHtml(const Report& report) {
                        UniqueIds(StripXmlDeclaration(ToSvg(page)),
                                  "s" + std::to_string(s) + "p" + std::to_string(p)) +
                        "</figure>\n";
-            else if (page.x.empty() && !page.traces.empty())
+            else if (!HasX(page) && !page.traces.empty())
                 AppendValues(out, page);
             for (const Chart& chart : page.charts)
                 AppendChart(out, chart);

@@ -11,18 +11,20 @@
 
 namespace report {
 
-/// One named series of y values over the page's x values. Complex traces carry
-/// an imaginary part of the same length; real traces leave it empty.
+/// One named series of y values over the page's x values, or over its own (the runs of a
+/// compound analysis each have their time points). Complex traces carry an imaginary part of
+/// the same length; real traces leave it empty.
 struct Trace {
     std::string name;
     std::vector<double> re;
     std::vector<double> im;
-    bool plotted = true; ///< shown on the graph (the "iplot" set); saved traces may be CSV-only
+    bool plotted = true;   ///< shown on the graph (the "iplot" set); saved traces may be CSV-only
+    std::vector<double> x; ///< the trace's own x values; empty: the page's
     bool IsComplex() const { return !im.empty(); }
 };
 
 struct Axis {
-    std::string label; ///< e.g. "frequency (Hz)", "time (s)"
+    std::string label;         ///< e.g. "frequency (Hz)", "time (s)"
     std::string scale = "lin"; ///< "lin" or "log" (the page's "-param" scales; dec/oct plot as log)
     bool hasRange = false;
     double min = 0.0;
@@ -37,10 +39,10 @@ struct Chart {
 };
 
 struct Page {
-    std::string title;     ///< from "begin-scope page TITLE"
-    std::string plotName;  ///< the simulator's plot name ("ac1", "tran2", ...)
-    std::string plotType;  ///< the simulator's plot title ("AC Analysis", ...)
-    std::string xName;     ///< name of the x vector ("frequency", "time", ...); empty for op-like pages
+    std::string title;    ///< from "begin-scope page TITLE"
+    std::string plotName; ///< the simulator's plot name ("ac1", "tran2", ...)
+    std::string plotType; ///< the simulator's plot title ("AC Analysis", ...)
+    std::string xName; ///< name of the x vector ("frequency", "time", ...); empty for op-like pages
     std::vector<double> x;
     Axis xAxis;
     Axis yAxis;
@@ -50,5 +52,21 @@ struct Page {
     bool failed = false;
     std::string error; ///< the simulator's own message when a statement failed
 };
+
+/// The x values of `trace` on `page`: its own, else the page's. The reference lives as long
+/// as both.
+inline const std::vector<double>& XOf(const Page& page, const Trace& trace) {
+    return trace.x.empty() ? page.x : trace.x;
+}
+
+/// Whether the page or one of its traces has x values (a graph, an x column).
+inline bool HasX(const Page& page) {
+    if (!page.x.empty())
+        return true;
+    for (const Trace& t : page.traces)
+        if (!t.x.empty())
+            return true;
+    return false;
+}
 
 } // namespace report

@@ -61,15 +61,23 @@ std::string XTitle(const Page& page) {
 bool XIsLog(const Page& page) {
     if (IsLogScale(page.xAxis.scale))
         return true;
-    if (page.xName != "frequency" || page.xAxis.hasRange || page.x.empty())
+    if (page.xName != "frequency" || page.xAxis.hasRange || !HasX(page))
         return false;
     double lo = INFINITY, hi = 0.0;
-    for (double v : page.x) {
-        if (!std::isfinite(v) || v <= 0.0)
+    auto extend = [&](const std::vector<double>& xs) {
+        for (double v : xs) {
+            if (!std::isfinite(v) || v <= 0.0)
+                return false;
+            lo = std::min(lo, v);
+            hi = std::max(hi, v);
+        }
+        return true;
+    };
+    if (!extend(page.x))
+        return false;
+    for (const Trace& t : page.traces)
+        if (!extend(t.x))
             return false;
-        lo = std::min(lo, v);
-        hi = std::max(hi, v);
-    }
     return hi / lo >= 100.0;
 }
 
@@ -124,11 +132,11 @@ std::vector<Panel> PreparePanels(const Page& page, const std::vector<const Trace
         const Trace& t = *plotted[i];
         const char* color = kColors[i % std::size(kColors)];
         if (!complexPage) {
-            panels[0].series.push_back({t.name, color, &page.x, t.re});
+            panels[0].series.push_back({t.name, color, &XOf(page, t), t.re});
             continue;
         }
-        Series mag{t.name, color, &page.x, {}};
-        Series phase{t.name, color, &page.x, {}};
+        Series mag{t.name, color, &XOf(page, t), {}};
+        Series phase{t.name, color, &XOf(page, t), {}};
         for (size_t k = 0; k < t.re.size(); ++k) {
             double im = k < t.im.size() ? t.im[k] : 0.0;
             mag.y.push_back(DecibelOf(t.re[k], im));
@@ -172,7 +180,11 @@ struct Layout {
 void FitScales(const Page& page, const Layout& layout, bool complexPage, Scale& xs,
                std::vector<Panel>& panels) {
     xs.log = XIsLog(page);
-    FitScale(xs, {&page.x}, &page.xAxis, false, layout.XTarget());
+    std::vector<const std::vector<double>*> xValues = {&page.x};
+    for (const Trace& t : page.traces)
+        if (t.plotted && !t.x.empty())
+            xValues.push_back(&t.x);
+    FitScale(xs, xValues, &page.xAxis, false, layout.XTarget());
     for (size_t p = 0; p < panels.size(); ++p) {
         std::vector<const std::vector<double>*> ys;
         for (const Series& s : panels[p].series)
@@ -412,7 +424,7 @@ std::string XmlEscape(std::string_view text) {
 }
 
 bool HasGraph(const Page& page) {
-    if (page.x.empty())
+    if (!HasX(page))
         return false;
     return std::any_of(page.traces.begin(), page.traces.end(),
                        [](const Trace& t) { return t.plotted && !t.re.empty(); });

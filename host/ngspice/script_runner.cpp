@@ -89,6 +89,8 @@ private:
     /// Runs a command and logs what it printed (also on the page when `intoPage`); false, with
     /// the statement failed, when ngspice reported an error.
     bool Execute(const std::string& command, bool intoPage, CommandResult& r);
+    /// Runs a command and logs what it printed, leaving failure to the caller.
+    CommandResult Capture(const std::string& command, bool intoPage);
     /// Execute, then pages for the plots the command made.
     bool Send(const std::string& command, bool intoPage = true);
     void AddPlots(const std::vector<std::string>& plots, bool isAnalysis);
@@ -97,6 +99,11 @@ private:
     void ApplySaves(bool nodeAnalysis);
     void RestoreTemperature(bool nominalToo);
     void ResetOptionsIfNeeded(const CStringArray& statements);
+    /// ngspice's "no data saved" names no vector; this names the saved ones it does not know.
+    std::string ExplainNoData(const std::string& error) const;
+    /// Silent runs make no pages: their plots are dropped once the listener has had the data.
+    void DropPlots(const std::vector<std::string>& plots);
+    bool Silent() const { return options_.silent; }
 
     NgSpiceSession& session_;
     const RunOptions& options_;
@@ -110,7 +117,6 @@ private:
     bool stopped_ = false;
     bool savedThisScope_ = false;
     std::vector<std::string> saves_;
-    std::optional<std::string> appliedSaves_; ///< the save list ngspice holds, when known
     std::vector<std::string> iplot_;
     std::set<std::string> noted_;
     bool tempChanged_ = false;
@@ -180,7 +186,9 @@ void Execution::Run(const std::string& script) {
         if (stopped_)
             break;
     }
-    RestoreTemperature(true);
+    // A run that keeps the circuit's state keeps its temperature too: the next run depends on it.
+    if (!options_.keepCircuitState)
+        RestoreTemperature(true);
 }
 
 // --- bookkeeping -------------------------------------------------------------------------------
@@ -206,7 +214,8 @@ bool Execution::Fail(const std::string& message) {
         result_.ok = false;
         result_.error = message;
     }
-    pages_.MarkFailed(message);
+    if (!Silent())
+        pages_.MarkFailed(message);
     return false;
 }
 
@@ -219,14 +228,22 @@ void Execution::CloseScope() {
     pages_.CloseScope();
 }
 
-bool Execution::Execute(const std::string& command, bool intoPage, CommandResult& r) {
-    r = session_.Command(command);
-    for (auto* log : {intoPage ? &pages_.Current().log : nullptr, &result_.log}) {
+CommandResult Execution::Capture(const std::string& command, bool intoPage) {
+    CommandResult r = session_.Command(command);
+    // An inner run's chatter ("Doing analysis at ...") is kept only when it explains a failure.
+    if (Silent() && r.ok)
+        return r;
+    for (auto* log : {intoPage && !Silent() ? &pages_.Current().log : nullptr, &result_.log}) {
         if (!log)
             continue;
         log->insert(log->end(), r.out.begin(), r.out.end());
         log->insert(log->end(), r.err.begin(), r.err.end());
     }
+    return r;
+}
+
+bool Execution::Execute(const std::string& command, bool intoPage, CommandResult& r) {
+    r = Capture(command, intoPage);
     return r.ok || Fail(r.error);
 }
 
@@ -239,10 +256,23 @@ bool Execution::Send(const std::string& command, bool intoPage) {
 }
 
 void Execution::AddPlots(const std::vector<std::string>& plots, bool isAnalysis) {
+    if (Silent()) {
+        DropPlots(plots);
+        return;
+    }
     const std::string failure =
         pages_.AddPlots(session_, plots, PlotSelection{iplot_, saves_, isAnalysis});
     if (!failure.empty())
         Fail(failure);
+}
+
+void Execution::DropPlots(const std::vector<std::string>& plots) {
+    if (plots.empty())
+        return;
+    std::string command = "destroy";
+    for (const std::string& plot : plots)
+        command += " " + plot;
+    Tidy(session_.Command(command), IDS_HOST_CLEANUP_FAILED);
 }
 
 void Execution::Tidy(const CommandResult& r, unsigned what) {
@@ -256,18 +286,40 @@ void Execution::Tidy(const CommandResult& r, unsigned what) {
 // ngspice's save list outlives the command that set it and also applies to analyses whose results
 // are not node vectors (pole-zero, transfer function, sensitivity), which then find nothing to
 // save and do not run. So the scope's list is set right before a node analysis, and cleared
-// (everything saved) before the others.
+// (everything saved) before the others. A silent run without save statements of its own is an
+// inner run of a compound analysis and keeps the list its scope set.
 void Execution::ApplySaves(bool nodeAnalysis) {
+    if (nodeAnalysis && Silent() && !savedThisScope_)
+        return;
     std::string list;
     if (nodeAnalysis)
         for (const auto& s : saves_)
             list += (list.empty() ? "" : " ") + s;
-    if (appliedSaves_ && *appliedSaves_ == list)
+    const std::optional<std::string> held = session_.SaveList();
+    if (held && *held == list)
         return;
     Tidy(session_.Command("delete all"), IDS_HOST_CLEANUP_FAILED);
-    appliedSaves_ = list;
-    if (!list.empty())
-        Send("save " + list, false);
+    session_.SetSaveList(std::string());
+    if (!list.empty() && Send("save " + list, false))
+        session_.SetSaveList(list);
+}
+
+std::string Execution::ExplainNoData(const std::string& error) const {
+    const std::optional<std::string> held = session_.SaveList();
+    if (Lower(error).find("no data saved") == std::string::npos || !held || held->empty())
+        return error;
+    // "no data saved" means that no name of the list matched; the computed ones (device
+    // quantities, differences) are not to blame.
+    std::string unknown;
+    for (const std::string& name : Tokens(*held)) {
+        const std::string key = VectorKey(name);
+        if (key == "all" || key.find_first_of("@,") != std::string::npos)
+            continue;
+        unknown += (unknown.empty() ? "" : " ") + name;
+    }
+    if (unknown.empty())
+        return error;
+    return GetResourceText(IDS_HOST_UNKNOWN_OUTPUTS) + unknown + "\n" + error;
 }
 
 void Execution::RestoreTemperature(bool nominalToo) {
@@ -316,13 +368,15 @@ void Execution::BeginScope(const Statement& s) {
     std::string title = s.rest;
     if (Lower(title.substr(0, 4)) == "page")
         title = Trim(std::string_view(title).substr(4));
-    pages_.Current().title = title;
+    if (!Silent())
+        pages_.Current().title = title;
 }
 
 void Execution::IfError(const Statement&) {
     if (!previousFailed_)
         return;
-    pages_.Current().log.push_back(GetResourceText(IDS_HOST_SCOPE_CLOSED));
+    if (!Silent())
+        pages_.Current().log.push_back(GetResourceText(IDS_HOST_SCOPE_CLOSED));
     CloseScope();
     stopped_ = true;
 }
@@ -347,7 +401,7 @@ void Execution::Save(const Statement& s) {
 
 void Execution::Param(const Statement& s) {
     const std::vector<std::string>& t = s.tokens;
-    if (t.size() < 3)
+    if (t.size() < 3 || Silent())
         return;
     const std::string name = Lower(t[1]);
     if (name == "hscale" || name == "vscale") {
@@ -378,6 +432,8 @@ void Execution::Param(const Statement& s) {
 void Execution::Set(const Statement& s) {
     const SetStatement set = SplitSet(s.text);
     if (set.name == "-temp") {
+        // An earlier run may have set the temperature (a sweep sets it run by run).
+        tempChanged_ = true;
         RestoreTemperature(false);
         return;
     }
@@ -414,15 +470,17 @@ void Execution::Analysis(const Statement& s) {
     if (a.zeroIc)
         Note(GetResourceText(IDS_HOST_ZERO_IC));
     ApplySaves(a.nodeResults);
-    CommandResult r;
-    if (!Execute(a.command, true, r))
+    const CommandResult r = Capture(a.command, true);
+    if (!r.ok) {
+        Fail(a.nodeResults ? ExplainNoData(r.error) : r.error);
         return;
+    }
     if (session_.TakeStopRequest()) {
         Note(GetResourceText(IDS_HOST_STOPPED));
         stopped_ = true;
     }
     AddPlots(r.plots, true);
-    if (!a.relative || r.plots.empty())
+    if (!a.relative || r.plots.empty() || Silent())
         return;
     std::vector<std::string> problems;
     report::Page& p = pages_.Current();
@@ -440,6 +498,8 @@ void Execution::Fourier(const Statement& s) {
     if (!Execute(f.command, true, r))
         return;
     const std::vector<FourierSeries> series = ReadFourierPrintout(r.out);
+    if (Silent())
+        return;
     if (f.chart)
         for (const auto& one : series)
             pages_.Current().charts.push_back(FourierChart(one));
@@ -449,6 +509,9 @@ void Execution::Fourier(const Statement& s) {
 }
 
 void Execution::Show(const Statement& s) {
+    // Listings are for pages; inner runs repeat hundreds of times and have none.
+    if (Silent())
+        return;
     const std::string word = Lower(s.tokens.front());
     if (word == "show" && s.tokens.size() == 2 && Lower(s.tokens[1]) == "all") {
         // ngspice 39 crashes listing every parameter of independent sources; ask those only for
@@ -490,6 +553,8 @@ void Execution::Orvo(const Statement& s) {
         Fail(GetResourceText(IDS_HOST_COMPOUND_NOT_AVAILABLE) + key);
         return;
     }
+    // The compound analysis's inner runs save what its scope asked for.
+    ApplySaves(true);
     std::string error;
     bool ok = false;
     try {

@@ -36,8 +36,13 @@ struct RunOptions {
     /// ngspice keeps options for every later analysis, so a script whose option set differs from
     /// the previous script's first re-reads the circuit from its deck, which also undoes earlier
     /// "alter"s. Runs that depend on parameters changed just before them set this to keep the
-    /// circuit as it is (options of earlier scripts then stay in force).
+    /// circuit as it is (options of earlier scripts then stay in force), and a temperature it
+    /// sets stays set after the run ("set -temp" restores the circuit's own).
     bool keepCircuitState = false;
+    /// An inner run of a compound analysis: no pages (the listener gets the data, then each
+    /// plot is destroyed so that memory stays flat over many runs), no "show"/"showmod", and
+    /// node analyses keep the save list ngspice holds unless the text has its own "save".
+    bool silent = false;
     /// Runs a compound analysis: receives the text after "orvo" ("MONTE ANALYSIS:list{...}")
     /// and returns false with a message in `error` when it fails. Called on the runner's thread,
     /// between two statements of the script; what it throws fails the statement. Without it,

@@ -20,24 +20,23 @@ namespace host {
 namespace {
 
 // ngspice reads and prints numbers with strtod/printf, which follow LC_NUMERIC. The guard makes
-// the calling thread use the C locale for the length of one library call.
+// the calling thread use the C locale for the length of one library call. The locale object is
+// made once: a compound analysis makes thousands of calls.
 class CLocaleGuard {
 public:
-    CLocaleGuard() : c_(newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr))) {
-        if (c_)
-            old_ = uselocale(c_);
+    CLocaleGuard() {
+        static const locale_t c = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(nullptr));
+        if (c)
+            old_ = uselocale(c);
     }
     ~CLocaleGuard() {
-        if (c_) {
+        if (old_)
             uselocale(old_);
-            freelocale(c_);
-        }
     }
     CLocaleGuard(const CLocaleGuard&) = delete;
     CLocaleGuard& operator=(const CLocaleGuard&) = delete;
 
 private:
-    locale_t c_;
     locale_t old_ = nullptr;
 };
 
@@ -408,6 +407,9 @@ CommandResult NgSpiceSession::LoadCircuit(const std::vector<std::string>& lines)
             result.error = GetResourceText(IDS_HOST_CIRCUIT_REJECTED);
     }
     hasCircuit_ = result.ok;
+    ++generation_;
+    deck_ = result.ok ? deck : std::vector<std::string>();
+    saveList_ = std::string();
     options_.clear();
     if (result.ok) {
         CLocaleGuard guard;
@@ -425,6 +427,7 @@ CommandResult NgSpiceSession::ResetCircuit() {
     std::lock_guard lock(mutex_);
     CommandResult r = Command("reset");
     options_.clear();
+    saveList_.reset(); // whether "reset" keeps the save list is ngspice's business
     return r;
 }
 
@@ -452,6 +455,26 @@ bool NgSpiceSession::HasCircuit() const {
     return hasCircuit_;
 }
 
+unsigned NgSpiceSession::CircuitGeneration() const {
+    std::lock_guard lock(mutex_);
+    return generation_;
+}
+
+std::vector<std::string> NgSpiceSession::CircuitDeck() const {
+    std::lock_guard lock(mutex_);
+    return deck_;
+}
+
+std::optional<std::string> NgSpiceSession::SaveList() const {
+    std::lock_guard lock(mutex_);
+    return saveList_;
+}
+
+void NgSpiceSession::SetSaveList(std::optional<std::string> saves) {
+    std::lock_guard lock(mutex_);
+    saveList_ = std::move(saves);
+}
+
 double NgSpiceSession::CircuitTemperature() const {
     std::lock_guard lock(mutex_);
     return circuitTemp_;
@@ -470,6 +493,11 @@ std::map<std::string, std::string> NgSpiceSession::Options() const {
 void NgSpiceSession::RecordOption(const std::string& name, const std::string& command) {
     std::lock_guard lock(mutex_);
     options_[name] = command;
+}
+
+bool NgSpiceSession::InLibraryCall() const {
+    std::lock_guard lock(mutex_);
+    return current_ != nullptr;
 }
 
 bool NgSpiceSession::TakeStopRequest() {

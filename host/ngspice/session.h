@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -118,6 +119,11 @@ public:
     /// paths are taken from the file's own folder.
     [[nodiscard]] CommandResult LoadCircuitFile(const std::string& path);
     bool HasCircuit() const;
+    /// Counts circuit loads, so that whatever was read of a circuit knows when it is stale.
+    unsigned CircuitGeneration() const;
+    /// The deck as it was handed to ngspice last (includes resolved, ".end" added); empty when
+    /// nothing was loaded.
+    std::vector<std::string> CircuitDeck() const;
     /// The temperatures the loaded circuit asks for in degrees Celsius: its ".temp" card or
     /// ".options temp=/tnom=", else ngspice's default of 27.
     double CircuitTemperature() const;
@@ -131,6 +137,12 @@ public:
     /// parameters return to what the netlist says. Plots are kept.
     [[nodiscard]] CommandResult ResetCircuit();
 
+    /// The save list ngspice holds now, as the words of the "save" command that set it ("" for
+    /// none: every vector is saved); nothing when unknown. Loading a circuit empties it.
+    std::optional<std::string> SaveList() const;
+    /// Records what a "save" or "delete all" just did (nothing: unknown).
+    void SetSaveList(std::optional<std::string> saves);
+
     /// Name of ngspice's current plot ("ac1"); empty when there is none.
     std::string CurrentPlot();
     /// Type (title) of a plot created by a command of this session ("AC Analysis"), or "".
@@ -142,6 +154,10 @@ public:
 
     /// Whether this ngspice build has the XSPICE extensions (asked once, then remembered).
     bool HasXspice();
+
+    /// Whether a command of this session is running on the calling thread (its callbacks are
+    /// being delivered). ngspice cannot take a second command then.
+    bool InLibraryCall() const;
 
     /// True once when a listener asked to stop since the last call.
     bool TakeStopRequest();
@@ -200,6 +216,9 @@ private:
     PlotListener* listener_ = nullptr;
     bool listenerFailed_ = false; ///< a callback threw during the running command
     bool hasCircuit_ = false;
+    unsigned generation_ = 0;
+    std::vector<std::string> deck_;
+    std::optional<std::string> saveList_;
     bool exitRequested_ = false;
     bool stopRequested_ = false;
     int xspice_ = -1; ///< unknown until asked

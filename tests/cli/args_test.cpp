@@ -103,6 +103,7 @@ TEST(Main, HelpListsEveryCommandAndEachCommandHasItsOwn) {
             "  props NICKNAME         print its settings as property text\n"
             "  run CIRCUIT NICKNAME   simulate a circuit with one analysis and write the results\n"
             "  plan NICKNAME          print what an analysis would ask of the simulator\n"
+            "  members CIRCUIT        list a circuit's instances and models with their parameters\n"
             "  demo                   run the bundled example and say where the results are\n"
             "\nOptions:\n"),
         std::string::npos)
@@ -114,7 +115,7 @@ TEST(Main, HelpListsEveryCommandAndEachCommandHasItsOwn) {
     EXPECT_EQ(bare.status, cli::ExitUsage);
     EXPECT_EQ(bare.err, tool.out);
 
-    for (const char* command : {"script", "describe", "props", "run", "demo"}) {
+    for (const char* command : {"script", "describe", "props", "run", "members", "demo"}) {
         SCOPED_TRACE(command);
         const Result help = Canal({command, "--help"});
         EXPECT_EQ(help.status, cli::ExitOk);

@@ -26,13 +26,13 @@ report::Report SampleReport() {
     p.plotType = "AC Analysis";
     p.xName = "frequency";
     p.x = {1, 10, 100};
-    p.traces.push_back({"v(<out>)", {1, 0.5, 0.1}, {0, -0.5, -0.3}, true});
+    p.traces.push_back({"v(<out>)", {1, 0.5, 0.1}, {0, -0.5, -0.3}, true, {}});
     p.log = {"note: <script>alert(1)</script>"};
     p.charts.push_back({"Fourier", {"harmonic", "frequency"}, {{"1", "1000"}, {"2", "2000"}}});
     ac.pages.push_back(p);
     report::Page op;
     op.title = "Operating Point";
-    op.traces.push_back({"v(1)", {2.5}, {}, true});
+    op.traces.push_back({"v(1)", {2.5}, {}, true, {}});
     ac.pages.push_back(op);
     ac.log = {"Error: no such vector & friends"};
     ac.ok = false;

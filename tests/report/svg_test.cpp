@@ -57,7 +57,7 @@ report::Page AcPage(size_t n) {
         double f = std::pow(10.0, 6.0 * static_cast<double>(i) / static_cast<double>(n - 1));
         page.x.push_back(f);
     }
-    report::Trace t{"v(out)", {}, {}, true};
+    report::Trace t{"v(out)", {}, {}, true, {}};
     for (double f : page.x) {
         double w = f / 1000.0; // first-order low pass at 1 kHz
         t.re.push_back(1.0 / (1.0 + w * w));
@@ -74,7 +74,7 @@ TEST(Svg, SmallPlotIsDrawnExactly) {
     page.title = "t";
     page.xName = "time";
     page.x = {0, 3};
-    page.traces.push_back({"v(a)", {0, 3}, {}, true});
+    page.traces.push_back({"v(a)", {0, 3}, {}, true, {}});
     EXPECT_EQ(report::ToSvg(page, {320, 240}), R"svg(<?xml version="1.0" encoding="UTF-8"?>
 <svg xmlns="http://www.w3.org/2000/svg" width="320" height="240" viewBox="0 0 320 240" font-family="Helvetica, Arial, sans-serif" font-size="12">
 <rect x="0" y="0" width="320" height="240" fill="#ffffff"/>
@@ -141,9 +141,9 @@ TEST(Svg, NanEmptySinglePointAndFlatTracesStillGiveAValidPlot) {
     report::Page page;
     page.xName = "time";
     page.x = {0.0, 1.0, 2.0, 3.0, 4.0};
-    page.traces.push_back({"gappy", {1.0, NAN, 2.0, INFINITY, 3.0}, {}, true});
-    page.traces.push_back({"empty", {}, {}, true});
-    page.traces.push_back({"flat", {5.0, 5.0, 5.0, 5.0, 5.0}, {}, true});
+    page.traces.push_back({"gappy", {1.0, NAN, 2.0, INFINITY, 3.0}, {}, true, {}});
+    page.traces.push_back({"empty", {}, {}, true, {}});
+    page.traces.push_back({"flat", {5.0, 5.0, 5.0, 5.0, 5.0}, {}, true, {}});
     std::string svg = report::ToSvg(page);
     EXPECT_EQ(TagBalanceProblem(svg), "");
     // "gappy" breaks into three runs of one point, "flat" is one run of five.
@@ -155,14 +155,14 @@ TEST(Svg, NanEmptySinglePointAndFlatTracesStillGiveAValidPlot) {
     report::Page single;
     single.xName = "time";
     single.x = {2.0};
-    single.traces.push_back({"one", {0.0}, {}, true});
+    single.traces.push_back({"one", {0.0}, {}, true, {}});
     std::string one = report::ToSvg(single);
     EXPECT_EQ(TagBalanceProblem(one), "");
     EXPECT_NE(one.find("<circle"), std::string::npos);
 
     report::Page nothing;
     nothing.x = {1.0, 2.0};
-    nothing.traces.push_back({"all nan", {NAN, NAN}, {}, true});
+    nothing.traces.push_back({"all nan", {NAN, NAN}, {}, true, {}});
     std::string none = report::ToSvg(nothing);
     EXPECT_EQ(TagBalanceProblem(none), "");
     EXPECT_TRUE(PolylinePointCounts(none).empty());
@@ -173,7 +173,7 @@ TEST(Svg, PhaseIsPlottedWithoutWrapJumps) {
     // Third-order low pass: the phase passes -180 degrees, which atan2 wraps to +180.
     report::Page page;
     page.xName = "frequency";
-    report::Trace t{"v(out)", {}, {}, true};
+    report::Trace t{"v(out)", {}, {}, true, {}};
     for (int i = 0; i <= 40; ++i) {
         double w = std::pow(10.0, -2.0 + i * 0.1);
         std::complex<double> h = 1.0 / std::pow(std::complex<double>(1.0, w), 3);
@@ -193,7 +193,7 @@ TEST(Svg, LegendShortensLongNamesAndCountsTheTracesThatDoNotFit) {
     page.x = {0.0, 1.0};
     for (int i = 0; i < 30; ++i)
         page.traces.push_back(
-            {"v(a-rather-long-node-name-" + std::to_string(i) + ")", {0, 1}, {}, true});
+            {"v(a-rather-long-node-name-" + std::to_string(i) + ")", {0, 1}, {}, true, {}});
     const std::string svg = report::ToSvg(page);
     const std::string legend = svg.substr(svg.find("<g class=\"legend\">"));
     // 520 pixels leave room for 23 lines: 22 traces and the count of the other 8.
@@ -206,9 +206,9 @@ TEST(Svg, VerticalTitleNamesTheCommonQuantity) {
     report::Page page;
     page.xName = "time";
     page.x = {0.0, 1.0};
-    page.traces.push_back({"v(out)", {0.0, 1.0}, {}, true});
-    page.traces.push_back({"V(in)", {1.0, 1.0}, {}, true});
-    page.traces.push_back({"i(vcc)", {1.0, 1.0}, {}, false}); // saved, not plotted
+    page.traces.push_back({"v(out)", {0.0, 1.0}, {}, true, {}});
+    page.traces.push_back({"V(in)", {1.0, 1.0}, {}, true, {}});
+    page.traces.push_back({"i(vcc)", {1.0, 1.0}, {}, false, {}}); // saved, not plotted
     EXPECT_NE(report::ToSvg(page).find(">voltage (V)</text>"), std::string::npos);
     page.traces[0].name = "vcc#branch";
     page.traces[1].name = "i(r1)";
@@ -222,13 +222,13 @@ TEST(Svg, LogAxisDropsValuesThatHaveNoLogarithm) {
     page.xName = "frequency";
     page.xAxis.scale = "log";
     page.x = {0.0, 10.0, 100.0, 1000.0};
-    page.traces.push_back({"v", {1.0, 2.0, 3.0, 4.0}, {}, true});
+    page.traces.push_back({"v", {1.0, 2.0, 3.0, 4.0}, {}, true, {}});
     EXPECT_EQ(PolylinePointCounts(report::ToSvg(page)), (std::vector<size_t>{3}));
 }
 
 TEST(Svg, OnlyPagesWithXAndPlottedValuesHaveAGraph) {
     report::Page page;
-    page.traces.push_back({"v", {1.0}, {}, true});
+    page.traces.push_back({"v", {1.0}, {}, true, {}});
     EXPECT_FALSE(report::HasGraph(page)); // operating point
     page.x = {1.0};
     EXPECT_TRUE(report::HasGraph(page));
