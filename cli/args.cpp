@@ -130,4 +130,13 @@ std::optional<long> ParseMask(std::string_view text) {
     return negative ? -magnitude : magnitude;
 }
 
+std::optional<uint64_t> ParseSeed(std::string_view text) {
+    uint64_t seed = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, seed);
+    if (text.empty() || error != std::errc() || stop != end)
+        return std::nullopt;
+    return seed;
+}
+
 } // namespace cli

@@ -3,6 +3,7 @@
 
 #include "platform/resources.h"
 
+#include <cstdint>
 #include <iosfwd>
 #include <map>
 #include <optional>
@@ -51,5 +52,8 @@ std::optional<Invocation> ParseArgs(std::string_view command, const std::vector<
 /// A mask given in decimal or, with "0x", hexadecimal; negative values are
 /// allowed (-1 is every bit). Nothing when the text is not such a number.
 std::optional<long> ParseMask(std::string_view text);
+
+/// A master seed: a decimal integer from 0 to 2^64 - 1 and nothing else.
+std::optional<uint64_t> ParseSeed(std::string_view text);
 
 } // namespace cli

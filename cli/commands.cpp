@@ -3,8 +3,8 @@
 #include "cli/commands.h"
 
 #include "cli/args.h"
-#include "cli/plan.h"
 #include "cli/members.h"
+#include "cli/plan.h"
 #include "cli/run.h"
 #include "cli/settings.h"
 #include "platform/resources.h"
@@ -107,7 +107,7 @@ const std::vector<Command>& Commands() {
          IDS_CLI_SUMMARY_DESCRIBE, IDS_CLI_HELP_DESCRIBE, AnalysesAndPostProc, &PrintDescription},
         {"props",    {"NICKNAME"},            {"--settings"},
          IDS_CLI_SUMMARY_PROPS,    IDS_CLI_HELP_PROPS,    AnalysesAndPostProc, &PrintProps},
-        {"run",      {"CIRCUIT", "NICKNAME"}, {"--settings", "--save", "--out"},
+        {"run",      {"CIRCUIT", "NICKNAME"}, {"--settings", "--save", "--out", "--seed"},
          IDS_CLI_SUMMARY_RUN,      IDS_RUN_HELP,          Analyses,            &RunAnalysis},
         {"plan",     {"NICKNAME"},            {"--settings", "--seed"},
          IDS_CLI_SUMMARY_PLAN,     IDS_PLAN_HELP,         Analyses,            &PlanAnalysis},

@@ -12,8 +12,9 @@ namespace cli {
 /// Exit statuses of the tool.
 enum ExitCode : int {
     ExitOk = 0,
-    ExitFailure = 1, ///< the work ran and failed (simulator error, cannot simulate)
-    ExitUsage = 2,   ///< bad arguments, unknown nickname, unreadable or unparsable input
+    ExitFailure = 1,       ///< the work ran and failed (simulator error, cannot simulate)
+    ExitUsage = 2,         ///< bad arguments, unknown nickname, unreadable or unparsable input
+    ExitInterrupted = 130, ///< stopped by Ctrl-C; what was computed is written (as shells say)
 };
 
 /// The whole tool: argv[0] excluded. Writes results to `out`, messages to `err`.
@@ -24,7 +25,7 @@ int Main(const std::vector<std::string>& args, std::ostream& out, std::ostream& 
 int CallCommand(std::string_view name, const std::vector<std::string>& args, std::ostream& out,
                 std::ostream& err);
 
-/// `canal run CIRCUIT NICKNAME [--settings FILE] [--save VECTORS] [--out DIR]`.
+/// `canal run CIRCUIT NICKNAME [--settings FILE] [--save VECTORS] [--out DIR] [--seed N]`.
 int RunCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 /// Calls `body` and returns its status. Whatever escapes it becomes

@@ -2,8 +2,6 @@
 #include "cli/commands.h"
 #include "cli/run.h"
 #include "cli/settings.h"
-#include "host/ngspice/script_runner.h"
-#include "host/ngspice/session.h"
 #include "platform/resources.h"
 
 #include <cstdlib>
@@ -90,24 +88,27 @@ int RunDemo(const Invocation& call, std::ostream& out, std::ostream& err) {
         analyses.push_back(std::move(analysis));
     }
 
-    host::ScriptRunner runner(host::NgSpiceSession::Get());
+    std::error_code created;
+    fs::create_directories(dir, created);
+    CircuitRun run(err, dir);
     std::string loadError;
-    bool ok = runner.LoadCircuitFile(circuit, loadError);
+    bool ok = run.Load(circuit, loadError);
     if (!ok)
         ReportError(err, CString::Formatted(GetResourceText(IDS_RUN_ERR_LOAD), circuit.c_str(),
                                             loadError.c_str())
                              .view());
-    StatusLine statusLine(err, StatusLine::IsTerminal(err));
     for (const auto& analysis : analyses) {
         const std::string title = analysis->GetAnalysisReadableName().str();
         if (!ok) {
             result.sections.push_back(FailedSection(*analysis, loadError));
             continue;
         }
+        if (run.Interrupted())
+            break;
         out << CString::Formatted(GetResourceText(IDS_DEMO_RUNNING), title.c_str(), circuit.c_str())
                    .str()
             << '\n';
-        result.sections.push_back(SimulateAnalysis(runner, *analysis, &statusLine));
+        result.sections.push_back(run.Simulate(*analysis));
         if (!result.sections.back().ok) {
             ReportError(err, CString::Formatted(GetResourceText(IDS_RUN_ERR_FAILED), title.c_str(),
                                                 result.sections.back().error.c_str())

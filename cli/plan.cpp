@@ -10,7 +10,6 @@
 #include "platform/resources.h"
 
 #include <algorithm>
-#include <charconv>
 #include <ostream>
 #include <sstream>
 
@@ -24,15 +23,6 @@ std::pair<std::string, std::string> SplitStatement(const std::string& statement)
     if (end == std::string::npos)
         return {statement, std::string()};
     return {statement.substr(0, end), host::Trim(std::string_view(statement).substr(end))};
-}
-
-std::optional<uint64_t> ParseSeed(const std::string& text) {
-    uint64_t seed = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, seed);
-    if (text.empty() || error != std::errc() || stop != end)
-        return std::nullopt;
-    return seed;
 }
 
 } // namespace

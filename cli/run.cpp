@@ -2,11 +2,13 @@
 #include "cli/run.h"
 
 #include "cli/commands.h"
+#include "cli/compound_run.h"
 #include "cli/settings.h"
-#include "host/ngspice/script_runner.h"
 #include "host/ngspice/session.h"
+#include "platform/random.h"
 #include "platform/resources.h"
 #include "platform/treelog.h"
+#include "report/grapher_pages.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -41,51 +43,62 @@ size_t PagePoints(const report::Page& page) {
 
 } // namespace
 
-StatusLine::StatusLine(std::ostream& err, bool terminal)
-    : err_(err), terminal_(terminal), start_(std::chrono::steady_clock::now()) {
+CircuitRun::CircuitRun(std::ostream& err, const std::string& outDir)
+    : status_(err, StatusLine::IsTerminal(err)), frontEnd_(&status_),
+      engine_(std::make_unique<host::NgSpiceEngine>(host::NgSpiceSession::Get())),
+      analyses_(std::make_unique<Analyses>(engine_.get())) {
+    engine_->SetGuiFE(&frontEnd_);
+    engine_->SetStopFlag(&interrupt_.Flag());
+    engine_->SetOutputFolder(CString(outDir));
 }
 
-StatusLine::~StatusLine() {
-    Clear();
+bool CircuitRun::Load(const std::string& circuit, std::string& error) {
+    return engine_->LoadCircuitFile(circuit, error);
 }
 
-bool StatusLine::IsTerminal(const std::ostream& err) {
-    return &err == &std::cerr && ::isatty(STDERR_FILENO) == 1;
-}
-
-void StatusLine::Update(const std::string& text) {
-    if (!terminal_ && std::chrono::steady_clock::now() - start_ < std::chrono::milliseconds(500))
-        return;
-    std::string line = text.substr(0, 78);
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    std::string pad(shown_ > line.size() ? shown_ - line.size() : 0, ' ');
-    err_ << '\r' << line << pad << std::flush;
-    shown_ = line.size();
-}
-
-void StatusLine::Clear() {
-    if (shown_ == 0)
-        return;
-    err_ << '\r' << std::string(shown_, ' ') << '\r' << std::flush;
-    shown_ = 0;
-}
-
-report::Section SimulateAnalysis(host::ScriptRunner& runner, const Analyses::Analysis& analysis,
-                                 StatusLine* status) {
+report::Section CircuitRun::Simulate(const Analyses::Analysis& analysis) {
     report::Section section = BaseSection(analysis);
+    const bool compound = IsCompoundAnalysis(analysis);
     host::RunOptions options;
-    if (status) {
-        options.status = [status](const std::string& text) { status->Update(text); };
-        status->Update(GetResourceText(IDS_HOST_SIMULATING));
+    options.status = [this](const std::string& text) { status_.Update(text); };
+    status_.Update(GetResourceText(IDS_HOST_SIMULATING));
+    engine_->ClearStop();
+    (void)engine_->TakeGrapherPages();
+    const size_t messages = engine_->Messages().size();
+    if (compound) {
+        engine_->SetStatusBarAnalysisType(AT_NONE);
+        engine_->SetStatusBarAnalysisText(analysis.GetAnalysisNickname());
+        engine_->StartUpdateStatusBarAnalysisData();
     }
-    host::RunResult result = runner.Run(section.script, options);
-    if (status)
-        status->Clear();
-    section.pages = std::move(result.pages);
+    host::RunResult result = engine_->Run(section.script, analyses_.get(), options);
+    if (compound)
+        engine_->EndUpdateStatusBarAnalysisData();
+    status_.Clear();
+
     section.log = std::move(result.log);
     section.notes = std::move(result.notes);
+    for (size_t m = messages; m < engine_->Messages().size(); ++m)
+        section.notes.push_back(engine_->Messages()[m]);
     section.ok = result.ok;
     section.error = std::move(result.error);
+    if (!compound) {
+        section.pages = std::move(result.pages);
+        return section;
+    }
+    const std::vector<CGrapherPage> grapher = engine_->TakeGrapherPages();
+    section.pages = report::PagesFromGrapher(grapher);
+    // The script's own page holds no results of a compound analysis, only what ngspice printed.
+    for (report::Page& page : result.pages) {
+        if (!page.traces.empty())
+            section.pages.push_back(std::move(page));
+        else
+            section.log.insert(section.log.end(), page.log.begin(), page.log.end());
+    }
+    AddCompoundResults(section, analysis, grapher);
+    if (Interrupted()) {
+        section.ok = false;
+        section.error = GetResourceText(IDS_RUN_ERR_STOPPED);
+    }
     return section;
 }
 
@@ -108,7 +121,23 @@ const char* UnreadableReason(const std::string& path) {
 
 bool WriteAndSummarize(const report::Report& report, const std::string& dir, std::ostream& out,
                        std::ostream& err) {
-    for (const report::Section& section : report.sections) {
+    for (size_t s = 0; s < report.sections.size(); ++s) {
+        const report::Section& section = report.sections[s];
+        if (!section.summary.empty()) {
+            // The result files first: they are what a compound analysis is run for.
+            std::vector<std::string> names = report::SectionFileNames(report, s);
+            std::stable_partition(names.begin(), names.end(), [&](const std::string& name) {
+                return std::any_of(section.files.begin(), section.files.end(),
+                                   [&](const report::ResultFile& f) {
+                                       return name == report::SectionPrefix(report, s) + f.name;
+                                   });
+            });
+            std::string line = section.summary;
+            for (size_t n = 0; n < names.size(); ++n)
+                line += (n ? ", " : "; ") + names[n];
+            out << line << '\n';
+            continue;
+        }
         size_t traces = 0, points = 0;
         for (const report::Page& page : section.pages) {
             traces += page.traces.size();
@@ -147,14 +176,30 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
                      .view());
         return ExitUsage;
     }
+    // The seed comes before the settings: every random stream built from here on starts from it.
+    if (const std::string* text = call.Value("--seed")) {
+        const std::optional<uint64_t> seed = ParseSeed(*text);
+        if (!seed) {
+            ReportError(
+                err,
+                CString::Formatted(GetResourceText(IDS_RUN_ERR_BAD_SEED), text->c_str()).view());
+            return ExitUsage;
+        }
+        Random::SetMasterSeed(*seed);
+    }
 
     int status = ExitUsage;
     std::unique_ptr<Analyses::Analysis> analysis =
         LoadAnalysis(nickname, call.Value("--settings"), err, status);
     if (!analysis)
         return status;
-    if (const std::string* save = call.Value("--save"))
-        analysis->GetAnalysisNodes().SetNodesString(CString(*save));
+    const bool compound = IsCompoundAnalysis(*analysis);
+    if (const std::string* save = call.Value("--save")) {
+        if (!compound)
+            analysis->GetAnalysisNodes().SetNodesString(CString(*save));
+        else if (!ApplyCompoundSave(*analysis, *save, err))
+            return ExitUsage;
+    }
 
     const std::string title = analysis->GetAnalysisReadableName().str();
     if (!analysis->CanAccept()) {
@@ -164,12 +209,15 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
                         .view());
         return ExitFailure;
     }
-    if (!analysis->CanSimulate()) {
-        ReportError(err,
-                    CString::Formatted(GetResourceText(IDS_RUN_ERR_CANNOT_SIMULATE), title.c_str(),
-                                       analysis->ExplainWhyCannotSimulate().c_str())
-                        .view());
-        if (!call.Value("--save"))
+    const std::string cannot = compound ? CompoundCannotSimulate(*analysis)
+                               : analysis->CanSimulate()
+                                   ? std::string()
+                                   : analysis->ExplainWhyCannotSimulate().str();
+    if (!cannot.empty()) {
+        ReportError(err, CString::Formatted(GetResourceText(IDS_RUN_ERR_CANNOT_SIMULATE),
+                                            title.c_str(), cannot.c_str())
+                             .view());
+        if (!call.Value("--save") && analysis->GetType() != Analyses::AnalysisType::NoiseFigure)
             ReportError(err, GetResourceText(IDS_RUN_HINT_SAVE));
         return ExitFailure;
     }
@@ -177,9 +225,12 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
     report::Report result;
     result.title = std::filesystem::path(circuit).filename().string() + " - " + title;
     result.circuit = circuit;
-    host::ScriptRunner runner(host::NgSpiceSession::Get());
+    // Trace width writes its diagnostic files into the folder while it runs.
+    std::error_code ec;
+    std::filesystem::create_directories(dir, ec);
+    CircuitRun run(err, dir);
     std::string loadError;
-    if (!runner.LoadCircuitFile(circuit, loadError)) {
+    if (!run.Load(circuit, loadError)) {
         ReportError(err, CString::Formatted(GetResourceText(IDS_RUN_ERR_LOAD), circuit.c_str(),
                                             loadError.c_str())
                              .view());
@@ -187,15 +238,25 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
         WriteAndSummarize(result, dir, out, err);
         return ExitFailure;
     }
+    if (compound) {
+        // Nothing is simulated for settings that do not fit the circuit.
+        status = CheckCompoundAnalysis(run.Engine(), *analysis, circuit, err);
+        if (status != ExitOk)
+            return status;
+    }
 
-    StatusLine statusLine(err, StatusLine::IsTerminal(err));
-    result.sections.push_back(SimulateAnalysis(runner, *analysis, &statusLine));
+    result.sections.push_back(run.Simulate(*analysis));
     const report::Section& section = result.sections.back();
-    if (!section.ok)
+    if (run.Interrupted())
+        ReportError(err,
+                    CString::Formatted(GetResourceText(IDS_RUN_STOPPED), title.c_str()).view());
+    else if (!section.ok)
         ReportError(err, CString::Formatted(GetResourceText(IDS_RUN_ERR_FAILED), title.c_str(),
                                             section.error.c_str())
                              .view());
     const bool written = WriteAndSummarize(result, dir, out, err);
+    if (run.Interrupted())
+        return ExitInterrupted;
     return section.ok && written ? ExitOk : ExitFailure;
 }
 

@@ -4,47 +4,46 @@
 
 #include "analyses/core/analysis.h"
 #include "cli/args.h"
+#include "cli/interrupt.h"
+#include "cli/status_frontend.h"
+#include "host/ngspice/engine.h"
 #include "report/report.h"
 
-#include <chrono>
 #include <iosfwd>
+#include <memory>
 #include <string>
-
-namespace host {
-class ScriptRunner;
-}
 
 namespace cli {
 
-/// A status line on the error stream, rewritten in place with a carriage
-/// return. It shows when the stream is a terminal, or once the work has taken
-/// longer than half a second, so quick runs in scripts stay quiet.
-class StatusLine {
+/// One circuit loaded into ngspice for the tool's runs: the engine and the collection the
+/// compound analyses run on, the status line on `err`, and Ctrl-C, which stops the running
+/// analysis after its current simulation (a second Ctrl-C ends the tool). Trace width writes
+/// its diagnostic files into `outDir`. One at a time: it holds the SIGINT handler.
+class CircuitRun {
 public:
-    StatusLine(std::ostream& err, bool terminal);
-    ~StatusLine();
-    StatusLine(const StatusLine&) = delete;
-    StatusLine& operator=(const StatusLine&) = delete;
+    CircuitRun(std::ostream& err, const std::string& outDir);
+    CircuitRun(const CircuitRun&) = delete;
+    CircuitRun& operator=(const CircuitRun&) = delete;
 
-    void Update(const std::string& text);
-    /// Blanks the line so that the next message starts clean.
-    void Clear();
+    /// Loads the netlist file; false with ngspice's message.
+    bool Load(const std::string& circuit, std::string& error);
+    host::NgSpiceEngine& Engine() { return *engine_; }
 
-    /// True when `err` is the process's standard error and that is a terminal.
-    static bool IsTerminal(const std::ostream& err);
+    /// Runs the analysis's whole script and returns its section: readable settings, script,
+    /// pages, logs, and the failure when there was one. A compound analysis's section holds its
+    /// result pages, result files and summary; a stop request makes the section failed with
+    /// what was computed kept.
+    report::Section Simulate(const Analyses::Analysis& analysis);
+    /// Whether Ctrl-C was pressed since this run began.
+    bool Interrupted() const { return interrupt_.Interrupted(); }
 
 private:
-    std::ostream& err_;
-    bool terminal_;
-    std::chrono::steady_clock::time_point start_;
-    size_t shown_ = 0; ///< length of the text on the line now
+    StatusLine status_;
+    StatusFrontEnd frontEnd_;
+    InterruptGuard interrupt_;
+    std::unique_ptr<host::NgSpiceEngine> engine_;
+    std::unique_ptr<Analyses> analyses_;
 };
-
-/// Runs the analysis' whole script on the circuit the runner has loaded and
-/// returns its section: readable settings, script, pages, logs, and the failure
-/// when there was one. `status` is borrowed and may be null.
-report::Section SimulateAnalysis(host::ScriptRunner& runner, const Analyses::Analysis& analysis,
-                                 StatusLine* status);
 
 /// A section for an analysis that could not run at all (the circuit did not
 /// load): its settings and the message, no pages.
@@ -60,9 +59,9 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err);
 /// `canal demo`: runs the bundled example and says where the results are.
 int RunDemo(const Invocation& call, std::ostream& out, std::ostream& err);
 
-/// Writes the report into `dir` and prints, per section, a line with its pages,
-/// traces and points, then what was written. False when some file failed; the
-/// failures go to `err`.
+/// Writes the report into `dir` and prints, per section, its summary (a compound analysis's
+/// result and files) or a line with its pages, traces and points, then what was written. False when
+/// some file failed; the failures go to `err`.
 bool WriteAndSummarize(const report::Report& report, const std::string& dir, std::ostream& out,
                        std::ostream& err);
 

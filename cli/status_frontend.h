@@ -1,13 +1,38 @@
-// The engine's status-bar texts on the tool's status line.
+// The tool's status line, and the engine's status-bar texts on it.
 #pragma once
 
-#include "cli/run.h"
 #include "platform/frontend.h"
 
+#include <chrono>
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 
 namespace cli {
+
+/// A status line on the error stream, rewritten in place with a carriage
+/// return. It shows when the stream is a terminal, or once the work has taken
+/// longer than half a second, so quick runs in scripts stay quiet.
+class StatusLine {
+public:
+    StatusLine(std::ostream& err, bool terminal);
+    ~StatusLine();
+    StatusLine(const StatusLine&) = delete;
+    StatusLine& operator=(const StatusLine&) = delete;
+
+    void Update(const std::string& text);
+    /// Blanks the line so that the next message starts clean.
+    void Clear();
+
+    /// True when `err` is the process's standard error and that is a terminal.
+    static bool IsTerminal(const std::ostream& err);
+
+private:
+    std::ostream& err_;
+    bool terminal_;
+    std::chrono::steady_clock::time_point start_;
+    size_t shown_ = 0; ///< length of the text on the line now
+};
 
 /// The front end the tool gives its engine: the status text (property 10019) goes to the
 /// status line, the simulation state (10118) is kept, and the current text is what 10113

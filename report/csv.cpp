@@ -96,24 +96,92 @@ Alignment Align(const Page& page) {
     return a;
 }
 
+// The header cells of a trace: its name, or magnitude and phase of a complex one.
+void AppendTraceHeader(std::string& out, const Trace& t) {
+    if (t.IsComplex()) {
+        out += CsvField("|" + t.name + "|");
+        out += ',';
+        out += CsvField("phase(" + t.name + ")");
+    } else {
+        out += CsvField(t.name);
+    }
+}
+
+// Point k of a trace: its value, or magnitude and phase; empty cells past its end.
+void AppendTraceCells(std::string& out, const Trace& t, size_t k) {
+    if (!t.IsComplex()) {
+        out += Cell(t.re, k);
+    } else if (k < t.re.size() && k < t.im.size()) {
+        out += FormatFull(Magnitude(t.re[k], t.im[k]));
+        out += ',';
+        out += FormatFull(PhaseDegrees(t.re[k], t.im[k]));
+    } else {
+        out += ',';
+    }
+}
+
+// Whether one shared x column would make a table of mostly empty cells: traces of many runs
+// (a Monte Carlo analysis's) each with time points of their own share almost none.
+bool SharedXIsWasteful(const Page& page) {
+    std::vector<double> grid = page.x;
+    size_t points = page.x.size();
+    bool ownX = false;
+    for (const Trace& t : page.traces) {
+        ownX = ownX || !t.x.empty();
+        grid.insert(grid.end(), t.x.begin(), t.x.end());
+        points += t.re.size();
+    }
+    if (!ownX)
+        return false;
+    std::sort(grid.begin(), grid.end());
+    const size_t rows = static_cast<size_t>(std::unique(grid.begin(), grid.end()) - grid.begin());
+    const size_t cells = rows * page.traces.size();
+    return cells > 8 * points && cells > 1000000;
+}
+
+// Each trace with an x column of its own: "time (Run #1)", "Run #1", "time (Run #2)", ...
+std::string ToCsvPaired(const Page& page) {
+    const std::string xName = page.xName.empty() ? std::string("x") : page.xName;
+    std::string out;
+    size_t rows = 0;
+    for (size_t n = 0; n < page.traces.size(); ++n) {
+        const Trace& t = page.traces[n];
+        if (n > 0)
+            out += ',';
+        out += CsvField(xName + " (" + t.name + ")");
+        out += ',';
+        AppendTraceHeader(out, t);
+        rows = std::max(rows, t.re.size());
+    }
+    out += '\n';
+    for (size_t i = 0; i < rows; ++i) {
+        for (size_t n = 0; n < page.traces.size(); ++n) {
+            const Trace& t = page.traces[n];
+            if (n > 0)
+                out += ',';
+            out += Cell(XOf(page, t), i);
+            out += ',';
+            AppendTraceCells(out, t, i);
+        }
+        out += '\n';
+    }
+    return out;
+}
+
 } // namespace
 
 std::string ToCsv(const Page& page) {
     if (!HasX(page))
         return ToCsvWithoutX(page);
+    if (SharedXIsWasteful(page))
+        return ToCsvPaired(page);
     const Alignment aligned = Align(page);
 
     std::string out = CsvField(page.xName.empty() ? std::string("x") : page.xName);
     size_t rows = page.x.size();
     for (const Trace& t : page.traces) {
         out += ',';
-        if (t.IsComplex()) {
-            out += CsvField("|" + t.name + "|");
-            out += ',';
-            out += CsvField("phase(" + t.name + ")");
-        } else {
-            out += CsvField(t.name);
-        }
+        AppendTraceHeader(out, t);
         rows = std::max(rows, t.re.size());
     }
     out += '\n';
@@ -126,20 +194,27 @@ std::string ToCsv(const Page& page) {
             const Trace& t = page.traces[n];
             const size_t k = i < aligned.grid.size() ? aligned.at[n][i] : i;
             out += ',';
-            if (!t.IsComplex()) {
-                out += Cell(t.re, k);
-                continue;
-            }
-            if (k < t.re.size() && k < t.im.size()) {
-                out += FormatFull(Magnitude(t.re[k], t.im[k]));
-                out += ',';
-                out += FormatFull(PhaseDegrees(t.re[k], t.im[k]));
-            } else {
-                out += ',';
-            }
+            AppendTraceCells(out, t, k);
         }
         out += '\n';
     }
+    return out;
+}
+
+std::string ChartToCsv(const Chart& chart) {
+    std::string out;
+    const auto line = [&](const std::vector<std::string>& cells) {
+        for (size_t c = 0; c < cells.size(); ++c) {
+            if (c > 0)
+                out += ',';
+            out += CsvField(cells[c]);
+        }
+        out += '\n';
+    };
+    if (!chart.columns.empty())
+        line(chart.columns);
+    for (const std::vector<std::string>& row : chart.rows)
+        line(row);
     return out;
 }
 

@@ -18,7 +18,14 @@ std::string CsvField(std::string_view text);
 /// values (operating point, transfer function, poles and zeros) give "name,value"
 /// rows, with an "imaginary" column when some trace is complex. Traces with x values of
 /// their own share one x column, the union of all x values, and leave a cell empty where they
-/// have no point. Numbers carry 17 significant digits; missing values are empty cells.
+/// have no point; when that table would be mostly empty (more than a million cells, eight per
+/// point: the runs of a Monte Carlo analysis), each trace gets an x column of its own instead,
+/// "time (Run #1)" before "Run #1". Numbers carry 17 significant digits; missing values are
+/// empty cells.
 std::string ToCsv(const Page& page);
+
+/// A chart as CSV: its columns as the header row, then its rows as they are (the chart's
+/// numbers keep the text the analysis gave them).
+std::string ChartToCsv(const Chart& chart);
 
 } // namespace report

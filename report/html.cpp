@@ -2,6 +2,7 @@
 #include "report/html.h"
 
 #include "platform/resources.h"
+#include "report/histogram.h"
 #include "report/numbers.h"
 #include "report/svg.h"
 
@@ -124,6 +125,16 @@ std::string ToHtml(const Report& report) {
             AppendDetails(out, IDS_REPORT_SETTINGS, section.settingsText);
         if (!section.script.empty())
             AppendDetails(out, IDS_REPORT_SCRIPT, section.script);
+        if (!section.files.empty()) {
+            const std::string prefix = SectionPrefix(report, s);
+            out += "<p>" + HtmlEscape(GetResourceText(IDS_REPORT_RESULT_FILES));
+            for (size_t f = 0; f < section.files.size(); ++f) {
+                const std::string name = prefix + section.files[f].name;
+                out += (f ? ", " : "") + std::string("<a href=\"") + HtmlEscape(name) + "\">" +
+                       HtmlEscape(name) + "</a>";
+            }
+            out += "</p>\n";
+        }
         if (section.pages.empty())
             out +=
                 "<p class=\"meta\">" + HtmlEscape(GetResourceText(IDS_REPORT_NO_PAGES)) + "</p>\n";
@@ -154,6 +165,9 @@ std::string ToHtml(const Report& report) {
                        "</figure>\n";
             else if (!HasX(page) && !page.traces.empty())
                 AppendValues(out, page);
+            for (size_t h = 0; h < page.histograms.size(); ++h)
+                out += "<figure>" + StripXmlDeclaration(HistogramToSvg(page.histograms[h])) +
+                       "</figure>\n";
             for (const Chart& chart : page.charts)
                 AppendChart(out, chart);
             if (!page.log.empty()) {

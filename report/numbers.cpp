@@ -1,6 +1,7 @@
 // Locale-free number texts for the renderers.
 #include "report/numbers.h"
 
+#include <cctype>
 #include <charconv>
 #include <cmath>
 
@@ -70,6 +71,17 @@ std::string FormatEngineering(double value, int digits) {
         }
     }
     return text + kPrefixes[exp3 + 6];
+}
+
+std::string FormatQuantity(double value, const std::string& unit, int digits) {
+    std::string text = FormatEngineering(value, digits);
+    if (unit.empty())
+        return text;
+    // The prefix letter belongs to the unit: "12.3m" becomes "12.3 mV".
+    if (std::isfinite(value) && !text.empty() &&
+        std::isalpha(static_cast<unsigned char>(text.back())))
+        return text.substr(0, text.size() - 1) + " " + text.back() + unit;
+    return text + " " + unit;
 }
 
 } // namespace report

@@ -14,6 +14,10 @@ std::string FormatFull(double value);
 /// "1M". At most `digits` significant digits; exponent form beyond the prefixes.
 std::string FormatEngineering(double value, int digits = 4);
 
+/// A value with its unit in engineering form: "1.126 V", "12.3 mV", "0 A"; with no unit
+/// just FormatEngineering.
+std::string FormatQuantity(double value, const std::string& unit, int digits = 4);
+
 /// Shortest text that reads back to `value` (C locale), e.g. "0.1", "1e+10".
 std::string FormatShort(double value);
 

@@ -11,6 +11,10 @@
 
 namespace report {
 
+/// How a trace is drawn among many: the runs of a statistical analysis are drawn faintly behind
+/// the nominal and the worst run, which the legend names.
+enum class TraceRole { Normal, Background, Nominal, Worst };
+
 /// One named series of y values over the page's x values, or over its own (the runs of a
 /// compound analysis each have their time points). Complex traces carry an imaginary part of
 /// the same length; real traces leave it empty.
@@ -20,6 +24,7 @@ struct Trace {
     std::vector<double> im;
     bool plotted = true;   ///< shown on the graph (the "iplot" set); saved traces may be CSV-only
     std::vector<double> x; ///< the trace's own x values; empty: the page's
+    TraceRole role = TraceRole::Normal;
     bool IsComplex() const { return !im.empty(); }
 };
 
@@ -38,6 +43,20 @@ struct Chart {
     std::vector<std::vector<std::string>> rows;
 };
 
+/// The spread of one measured quantity over the runs of a statistical analysis, with the
+/// statistics the analysis reported (in the quantity's unit).
+struct Histogram {
+    std::string quantity;       ///< what was measured, "MAX of v(out)"
+    std::string unit;           ///< "V", "A" or ""
+    std::vector<double> values; ///< one per valid run
+    double mean = 0.0;
+    double sigma = 0.0;
+    bool hasNominal = false;
+    double nominal = 0.0;
+    bool hasWorst = false;
+    double worst = 0.0;
+};
+
 struct Page {
     std::string title;    ///< from "begin-scope page TITLE"
     std::string plotName; ///< the simulator's plot name ("ac1", "tran2", ...)
@@ -49,6 +68,7 @@ struct Page {
     std::vector<Trace> traces;
     std::vector<Chart> charts;
     std::vector<std::string> log; ///< ngspice output, show/showmod text, messages
+    std::vector<Histogram> histograms;
     bool failed = false;
     std::string error; ///< the simulator's own message when a statement failed
 };

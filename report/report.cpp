@@ -2,6 +2,7 @@
 #include "report/report.h"
 
 #include "report/csv.h"
+#include "report/histogram.h"
 #include "report/html.h"
 #include "report/svg.h"
 #include "report/text.h"
@@ -68,6 +69,45 @@ std::string PageStem(const Report& report, size_t section, size_t page) {
     return SectionPrefix(report, section) + number + "-" + Slug(title);
 }
 
+std::string HistogramStem(const Report& report, size_t section, size_t page, size_t n) {
+    std::string stem = PageStem(report, section, page) + "-histogram";
+    if (n > 0)
+        stem += "-" + std::to_string(n + 1);
+    return stem;
+}
+
+namespace {
+
+// Every file of a section with the text it holds, in writing order; texts are made on demand.
+template <class Visit> void VisitSectionFiles(const Report& report, size_t s, Visit&& visit) {
+    const Section& section = report.sections[s];
+    const std::string prefix = SectionPrefix(report, s);
+    for (size_t p = 0; p < section.pages.size(); ++p) {
+        const Page& page = section.pages[p];
+        const std::string stem = PageStem(report, s, p);
+        visit(stem + ".csv", [&] { return ToCsv(page); });
+        if (HasGraph(page))
+            visit(stem + ".svg", [&] { return ToSvg(page); });
+        for (size_t h = 0; h < page.histograms.size(); ++h)
+            visit(HistogramStem(report, s, p, h) + ".svg",
+                  [&] { return HistogramToSvg(page.histograms[h]); });
+    }
+    for (const ResultFile& file : section.files)
+        visit(prefix + file.name, [&] { return file.text; });
+    visit(prefix + "analysis.txt", [&] { return section.settingsText; });
+    visit(prefix + "log.txt", [&] { return SectionLogToText(section); });
+}
+
+} // namespace
+
+std::vector<std::string> SectionFileNames(const Report& report, size_t section) {
+    std::vector<std::string> names;
+    if (section < report.sections.size())
+        VisitSectionFiles(report, section,
+                          [&](const std::string& name, auto&&) { names.push_back(name); });
+    return names;
+}
+
 WriteResult WriteReport(const Report& report, const std::string& dir) {
     WriteResult result;
     namespace fs = std::filesystem;
@@ -78,19 +118,10 @@ WriteResult WriteReport(const Report& report, const std::string& dir) {
         return result;
     }
     const fs::path base(dir);
-    for (size_t s = 0; s < report.sections.size(); ++s) {
-        const Section& section = report.sections[s];
-        std::string prefix = SectionPrefix(report, s);
-        for (size_t p = 0; p < section.pages.size(); ++p) {
-            const Page& page = section.pages[p];
-            std::string stem = PageStem(report, s, p);
-            WriteFile(base / (stem + ".csv"), ToCsv(page), result);
-            if (HasGraph(page))
-                WriteFile(base / (stem + ".svg"), ToSvg(page), result);
-        }
-        WriteFile(base / (prefix + "analysis.txt"), section.settingsText, result);
-        WriteFile(base / (prefix + "log.txt"), SectionLogToText(section), result);
-    }
+    for (size_t s = 0; s < report.sections.size(); ++s)
+        VisitSectionFiles(report, s, [&](const std::string& name, auto&& text) {
+            WriteFile(base / name, text(), result);
+        });
     WriteFile(base / "report.html", ToHtml(report), result);
     return result;
 }

@@ -9,6 +9,12 @@
 
 namespace report {
 
+/// A result file of a compound analysis, written as it is ("results.txt", "runs.csv").
+struct ResultFile {
+    std::string name; ///< without the section prefix
+    std::string text;
+};
+
 /// One analysis run: what was asked, what ran and what came back.
 struct Section {
     std::string nickname;     ///< "AC", "TRAN", ...; prefixes file names when several sections
@@ -18,6 +24,8 @@ struct Section {
     std::vector<Page> pages;
     std::vector<std::string> log;   ///< everything the simulator printed
     std::vector<std::string> notes; ///< what the host did differently
+    std::vector<ResultFile> files;
+    std::string summary; ///< what the tool says of the run; empty: counts of pages and points
     bool ok = true;
     std::string error; ///< the first failure, with the simulator's message
 };
@@ -36,6 +44,14 @@ std::string SectionPrefix(const Report& report, size_t section);
 /// Lower-case letters and digits joined by single '-'; "page" when nothing is left.
 std::string Slug(const std::string& text);
 
+/// File name stem of histogram `n` of a page: the page's stem + "-histogram" (+ n from the second).
+std::string HistogramStem(const Report& report, size_t section, size_t page, size_t n);
+
+/// The names of the files WriteReport writes for a section, in the order it writes them: per
+/// page its CSV, its SVG when it has a graph and its histograms' SVGs; the result files; then
+/// "analysis.txt" and "log.txt" (all with the section prefix).
+std::vector<std::string> SectionFileNames(const Report& report, size_t section);
+
 /// What WriteReport did. Files written before a failure stay.
 struct WriteResult {
     std::vector<std::string> files;  ///< paths written, in order
@@ -43,10 +59,8 @@ struct WriteResult {
     bool ok() const { return errors.empty(); }
 };
 
-/// Writes into `dir` (created when missing): per page a CSV and, when it has a
-/// graph, an SVG; per section "analysis.txt" and "log.txt" (prefixed when there
-/// are several sections); then "report.html". Every file is attempted even
-/// when an earlier one failed.
+/// Writes into `dir` (created when missing) the files of every section (SectionFileNames),
+/// then "report.html". Every file is attempted even when an earlier one failed.
 WriteResult WriteReport(const Report& report, const std::string& dir);
 
 } // namespace report

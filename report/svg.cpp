@@ -17,18 +17,8 @@ namespace {
 const char* const kColors[] = {"#1f77b4", "#d62728", "#2ca02c", "#ff7f0e", "#9467bd",
                                "#8c564b", "#e377c2", "#17becf", "#7f7f7f", "#bcbd22"};
 
-/// Pixel coordinates with two decimals; far-off values are clamped so that a
-/// huge number cannot produce an unreadable document.
 std::string Px(double v) {
-    v = std::clamp(v, -1e6, 1e6);
-    char buf[32];
-    auto res = std::to_chars(buf, buf + sizeof buf, v, std::chars_format::fixed, 2);
-    std::string s(buf, res.ptr);
-    while (s.size() > 1 && s.back() == '0')
-        s.pop_back();
-    if (s.back() == '.')
-        s.pop_back();
-    return s == "-0" ? "0" : s;
+    return SvgNumber(v);
 }
 
 // ---- Data: the page's plotted traces as series of panels ----
@@ -38,7 +28,47 @@ struct Series {
     const char* color;
     const std::vector<double>* x; ///< the page's x values, borrowed
     std::vector<double> y;
+    TraceRole role = TraceRole::Normal;
 };
+
+// The runs of a statistical analysis behind the two that matter.
+const char* const kBackgroundColor = "#aab4c0";
+const char* const kNominalColor = "#222222";
+const char* const kWorstColor = "#d62728";
+
+const char* RoleColor(TraceRole role, size_t index) {
+    switch (role) {
+    case TraceRole::Background:
+        return kBackgroundColor;
+    case TraceRole::Nominal:
+        return kNominalColor;
+    case TraceRole::Worst:
+        return kWorstColor;
+    default:
+        return kColors[index % std::size(kColors)];
+    }
+}
+
+/// At most this many background runs are drawn; the legend still counts them all.
+constexpr size_t kMaxBackground = 100;
+
+size_t BackgroundCount(const std::vector<Series>& series) {
+    return static_cast<size_t>(std::count_if(series.begin(), series.end(), [](const Series& s) {
+        return s.role == TraceRole::Background;
+    }));
+}
+
+/// Whether background run `i` of `count` is one of the evenly spread ones drawn.
+bool Sampled(size_t i, size_t count) {
+    if (count <= kMaxBackground)
+        return true;
+    return i * kMaxBackground / count != (i + 1) * kMaxBackground / count;
+}
+
+/// Background runs first, so that the others are drawn over them; otherwise page order.
+int DrawOrder(TraceRole role) {
+    return role == TraceRole::Background ? 0 : role == TraceRole::Normal ? 1 : 2;
+}
 
 struct Panel {
     std::vector<Series> series;
@@ -128,15 +158,18 @@ void UnwrapPhase(std::vector<double>& phase) {
 std::vector<Panel> PreparePanels(const Page& page, const std::vector<const Trace*>& plotted,
                                  bool complexPage) {
     std::vector<Panel> panels(complexPage ? 2 : 1);
+    size_t normal = 0; // colours go round the normal traces only
     for (size_t i = 0; i < plotted.size(); ++i) {
         const Trace& t = *plotted[i];
-        const char* color = kColors[i % std::size(kColors)];
+        const char* color = RoleColor(t.role, normal);
+        if (t.role == TraceRole::Normal)
+            ++normal;
         if (!complexPage) {
-            panels[0].series.push_back({t.name, color, &XOf(page, t), t.re});
+            panels[0].series.push_back({t.name, color, &XOf(page, t), t.re, t.role});
             continue;
         }
-        Series mag{t.name, color, &XOf(page, t), {}};
-        Series phase{t.name, color, &XOf(page, t), {}};
+        Series mag{t.name, color, &XOf(page, t), {}, t.role};
+        Series phase{t.name, color, &XOf(page, t), {}, t.role};
         for (size_t k = 0; k < t.re.size(); ++k) {
             double im = k < t.im.size() ? t.im[k] : 0.0;
             mag.y.push_back(DecibelOf(t.re[k], im));
@@ -268,33 +301,80 @@ void DrawGrid(Writer& w, const Frame& f, const std::vector<Tick>& xticks,
 }
 
 /// One polyline per run of usable points; a run of one point also gets a
-/// dot, since a lone point would be invisible as a line.
+/// dot, since a lone point would be invisible as a line. Points that fall into
+/// one pixel column are drawn as the first, lowest, highest and last of them, which
+/// keeps the curve's envelope and the document small.
 void DrawSeries(Writer& w, const Frame& f, const Series& s) {
-    w.Raw("<g stroke=\"" + std::string(s.color) + "\">\n");
+    std::string attrs = "stroke=\"" + std::string(s.color) + "\"";
+    if (s.role == TraceRole::Background)
+        attrs += " stroke-width=\"0.8\" stroke-opacity=\"0.7\"";
+    else if (s.role != TraceRole::Normal)
+        attrs += " stroke-width=\"2.4\"";
+    w.Raw("<g " + attrs + ">\n");
     std::string points;
     size_t count = 0;
+    std::string lone; // the one point of a run so far, for its dot
+    auto add = [&](double px, double py) {
+        if (count > 0)
+            points += ' ';
+        const std::string point = Px(px) + "," + Px(py);
+        if (count == 0)
+            lone = point;
+        points += point;
+        ++count;
+    };
     auto flush = [&]() {
         if (count == 1)
-            w.Raw("<circle cx=\"" + points.substr(0, points.find(',')) + "\" cy=\"" +
-                  points.substr(points.find(',') + 1) + "\" r=\"2.5\" fill=\"" + s.color +
+            w.Raw("<circle cx=\"" + lone.substr(0, lone.find(',')) + "\" cy=\"" +
+                  lone.substr(lone.find(',') + 1) + "\" r=\"2.5\" fill=\"" + s.color +
                   "\" stroke=\"none\"/>\n");
         if (count > 0)
             w.Raw("<polyline points=\"" + points + "\"/>\n");
         points.clear();
         count = 0;
     };
+    // The points of the current pixel column: first, lowest, highest, last (pixel y grows down).
+    struct Column {
+        bool open = false;
+        double column = 0, x0 = 0, y0 = 0, xLow = 0, yLow = 0, xHigh = 0, yHigh = 0, x1 = 0, y1 = 0;
+    } c;
+    auto close = [&]() {
+        if (!c.open)
+            return;
+        add(c.x0, c.y0);
+        // The extremes in the order they came, each once.
+        const bool lowFirst = c.xLow <= c.xHigh;
+        const double ax = lowFirst ? c.xLow : c.xHigh, ay = lowFirst ? c.yLow : c.yHigh;
+        const double bx = lowFirst ? c.xHigh : c.xLow, by = lowFirst ? c.yHigh : c.yLow;
+        if (ay != c.y0 || ax != c.x0)
+            add(ax, ay);
+        if ((by != ay || bx != ax) && (by != c.y1 || bx != c.x1))
+            add(bx, by);
+        if (c.y1 != c.y0 || c.x1 != c.x0)
+            add(c.x1, c.y1);
+        c.open = false;
+    };
     const size_t n = std::min(s.x->size(), s.y.size());
     for (size_t k = 0; k < n; ++k) {
         const double xv = (*s.x)[k], yv = s.y[k];
         if (!f.Usable(xv, yv)) {
+            close();
             flush();
             continue;
         }
-        if (count > 0)
-            points += ' ';
-        points += Px(f.X(xv)) + "," + Px(f.Y(yv));
-        ++count;
+        const double px = f.X(xv), py = f.Y(yv), column = std::floor(px);
+        if (c.open && column == c.column) {
+            if (py > c.yLow)
+                c.xLow = px, c.yLow = py;
+            if (py < c.yHigh)
+                c.xHigh = px, c.yHigh = py;
+            c.x1 = px, c.y1 = py;
+            continue;
+        }
+        close();
+        c = {true, column, px, py, px, py, px, py, px, py};
     }
+    close();
     flush();
     w.Raw("</g>\n");
 }
@@ -342,8 +422,18 @@ void DrawPanel(Writer& w, const Panel& panel, size_t p, const Frame& f,
     DrawGrid(w, f, xticks, yticks);
     w.Raw("<g class=\"traces\" clip-path=\"url(#" + clipId +
           ")\" fill=\"none\" stroke-width=\"1.6\" stroke-linejoin=\"round\">\n");
-    for (const Series& s : panel.series)
-        DrawSeries(w, f, s);
+    // Hundreds of background runs draw as a grey band whether all are drawn or a sample:
+    // an even sample keeps the document small.
+    const size_t background = BackgroundCount(panel.series);
+    size_t seen = 0;
+    for (int order = 0; order <= 2; ++order)
+        for (const Series& s : panel.series) {
+            if (DrawOrder(s.role) != order)
+                continue;
+            if (s.role == TraceRole::Background && !Sampled(seen++, background))
+                continue;
+            DrawSeries(w, f, s);
+        }
     w.Raw("</g>\n");
     DrawAxes(w, f, xticks, yticks, panel.yTitle, xTitle);
 
@@ -358,39 +448,113 @@ void DrawPanel(Writer& w, const Panel& panel, size_t p, const Frame& f,
                "text-anchor=\"middle\" fill=\"#888888\" font-size=\"14\"");
 }
 
-/// The legend right of the plot, one line per series of the first panel; when
-/// they do not fit, the last line says how many more there are. Names too long
-/// for it are shortened.
+/// One line of the legend: a stroke sample and a text.
+struct LegendEntry {
+    std::string text;
+    const char* color;
+    bool faint = false;
+};
+
+/// What the legend lists: every series, or, when some are background runs, the others and one
+/// line counting the background runs.
+std::vector<LegendEntry> LegendEntries(const std::vector<Series>& series) {
+    std::vector<LegendEntry> entries;
+    size_t background = 0;
+    for (const Series& s : series) {
+        if (s.role == TraceRole::Background)
+            ++background;
+        else
+            entries.push_back({s.name, s.color});
+    }
+    if (background > 0) {
+        CString text;
+        if (background > kMaxBackground)
+            text.Format(GetResourceText(IDS_REPORT_OTHER_RUNS_SAMPLED),
+                        static_cast<unsigned>(background), static_cast<unsigned>(kMaxBackground));
+        else
+            text.Format(GetResourceText(IDS_REPORT_OTHER_RUNS), static_cast<unsigned>(background));
+        entries.push_back({text.str(), kBackgroundColor, true});
+    }
+    return entries;
+}
+
+/// The longest start that every entry shares and that ends in ", " ("v(out), " of the traces
+/// "v(out), Temperature=300"): the legend shows it once as a heading, and each entry by what
+/// sets it apart. Empty when there is no such start or a single entry.
+std::string SharedStart(const std::vector<LegendEntry>& entries) {
+    if (entries.size() < 2)
+        return std::string();
+    std::string_view common = entries.front().text;
+    for (const LegendEntry& e : entries) {
+        size_t n = 0;
+        while (n < common.size() && n < e.text.size() && common[n] == e.text[n])
+            ++n;
+        common = common.substr(0, n);
+    }
+    const size_t cut = common.rfind(", ");
+    return cut == std::string_view::npos ? std::string() : std::string(common.substr(0, cut + 2));
+}
+
+/// Shortened to 22 bytes, never splitting a UTF-8 sequence.
+std::string LegendText(std::string name) {
+    if (name.size() > 22) {
+        size_t cut = 21;
+        while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80)
+            --cut;
+        name = name.substr(0, cut) + "~";
+    }
+    return name;
+}
+
+/// The legend right of the plot, one line per entry; a start all entries share is written once
+/// above them. When they do not fit, the last line says how many more there are.
 void DrawLegend(Writer& w, const std::vector<Series>& series, const Layout& layout) {
     w.Raw("<g class=\"legend\">\n");
+    std::vector<LegendEntry> entries = LegendEntries(series);
     const double lx = Layout::left + layout.plotW + 16;
+    double top = Layout::top + 10;
+    if (const std::string shared = SharedStart(entries); !shared.empty()) {
+        w.Text(lx, top + 4, LegendText(shared.substr(0, shared.size() - 2)),
+               "font-weight=\"bold\"");
+        top += 18;
+        for (LegendEntry& e : entries)
+            if (!e.faint)
+                e.text = e.text.substr(shared.size());
+    }
     const size_t room =
-        static_cast<size_t>(std::max(1.0, (layout.height - Layout::top - Layout::bottom) / 18.0));
-    for (size_t i = 0; i < series.size(); ++i) {
-        double ly = Layout::top + 10 + 18.0 * static_cast<double>(i);
-        if (i + 1 == room && series.size() > room) {
+        static_cast<size_t>(std::max(1.0, (layout.height - top - Layout::bottom + 10) / 18.0));
+    for (size_t i = 0; i < entries.size(); ++i) {
+        double ly = top + 18.0 * static_cast<double>(i);
+        if (i + 1 == room && entries.size() > room) {
             CString more;
             more.Format(GetResourceText(IDS_REPORT_MORE_TRACES),
-                        static_cast<unsigned>(series.size() - i));
+                        static_cast<unsigned>(entries.size() - i));
             w.Text(lx, ly + 4, more.str(), "fill=\"#555555\"");
             break;
         }
-        const Series& s = series[i];
+        const LegendEntry& e = entries[i];
         w.Raw("<line x1=\"" + Px(lx) + "\" y1=\"" + Px(ly) + "\" x2=\"" + Px(lx + 22) + "\" y2=\"" +
-              Px(ly) + "\" stroke=\"" + s.color + "\" stroke-width=\"2.5\"/>\n");
-        std::string name = s.name;
-        if (name.size() > 22) {
-            size_t cut = 21;
-            while (cut > 0 && (static_cast<unsigned char>(name[cut]) & 0xC0) == 0x80)
-                --cut; // never split a UTF-8 sequence
-            name = name.substr(0, cut) + "~";
-        }
-        w.Text(lx + 28, ly + 4, name, "");
+              Px(ly) + "\" stroke=\"" + e.color + "\" stroke-width=\"" + (e.faint ? "1" : "2.5") +
+              "\"/>\n");
+        w.Text(lx + 28, ly + 4, LegendText(e.text), "");
     }
     w.Raw("</g>\n");
 }
 
 } // namespace
+
+std::string SvgNumber(double v) {
+    // Far-off values are clamped so that a huge number cannot produce an unreadable document.
+    v = std::clamp(v, -1e6, 1e6);
+    char buf[32];
+    auto res = std::to_chars(buf, buf + sizeof buf, v, std::chars_format::fixed, 2);
+    std::string s(buf, res.ptr);
+    while (s.size() > 1 && s.back() == '0')
+        s.pop_back();
+    if (s.back() == '.')
+        s.pop_back();
+    return s == "-0" ? "0" : s;
+}
 
 std::string XmlEscape(std::string_view text) {
     std::string out;

@@ -19,6 +19,10 @@ struct SvgOptions {
 /// such pages get a plot.
 bool HasGraph(const Page& page);
 
+/// A pixel coordinate with at most two decimals ("12.5", "0"); values beyond a million pixels
+/// are clamped.
+std::string SvgNumber(double v);
+
 /// Escapes &, <, >, " and ' for XML text and attribute values.
 std::string XmlEscape(std::string_view text);
 

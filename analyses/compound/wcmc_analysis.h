@@ -217,9 +217,13 @@ private:
                         bool nominalRan) const;
     void WriteRunLog(ChartLog& log, const WcMcStatistics& stats, int made, int worst,
                      const std::vector<int>& commandResults) const;
-    void FillRunsTable(CGrapherChart& table, int made) const;
+    /// One row per run of `runs` in order, with the values `sets` applied in it.
+    void FillRunsTable(CGrapherChart& table, std::span<const WcMcRunData> runs,
+                       std::span<const ParameterSet> sets) const;
     int ReadSensitivities(CASimulationEngine& engine);
-    void RunToleranceSensitivities(CGrapherPage& page, const WcMcCurve& nominal);
+    /// Appends each tolerance run and its values to `made` and `sets`.
+    void RunToleranceSensitivities(CGrapherPage& page, const WcMcCurve& nominal,
+                                   std::vector<WcMcRunData>& made, std::vector<ParameterSet>& sets);
     void SetWorstCaseParameters();
     void WriteWcReport(ChartLog& log, int worstMade) const;
 

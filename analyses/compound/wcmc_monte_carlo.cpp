@@ -146,7 +146,7 @@ int WcMcAnalysis::ExecuteMcAnalysis() {
     WriteMcResults(results, stats, made, worst, result != 0);
     if (result)
         WriteRunLog(runLog, stats, made, worst, commandResults);
-    FillRunsTable(table, made);
+    FillRunsTable(table, std::span(runs_).first(static_cast<size_t>(made)), applied_);
     engine->ReleaseGrapherPage();
     return result;
 }
@@ -239,7 +239,8 @@ void WcMcAnalysis::WriteRunLog(ChartLog& log, const WcMcStatistics& stats, int m
     }
 }
 
-void WcMcAnalysis::FillRunsTable(CGrapherChart& table, int made) const {
+void WcMcAnalysis::FillRunsTable(CGrapherChart& table, std::span<const WcMcRunData> runs,
+                                 std::span<const ParameterSet> sets) const {
     table.columns = {GetResourceString(IDS_MC_COL_INDEX), GetResourceString(IDS_MC_COL_LABEL),
                      GetResourceString(IDS_MC_COL_VALUE), GetResourceString(IDS_MC_COL_X),
                      GetResourceString(IDS_MC_COL_VALID)};
@@ -250,14 +251,15 @@ void WcMcAnalysis::FillRunsTable(CGrapherChart& table, int made) const {
         table.columns.push_back(
             CParamNode(t.GetMemberName(), t.GetParameterName(), kind).toString());
     });
-    for (int run = 0; run < made; ++run) {
-        const WcMcRunData& data = runs_[static_cast<size_t>(run)];
+    for (size_t run = 0; run < runs.size(); ++run) {
+        const WcMcRunData& data = runs[run];
         std::vector<CString> row = {FormatCount(unsigned(run)), data.runLabel,
                                     data.valid ? WcMcShortestNumber(data.y) : CString(),
                                     data.valid ? WcMcShortestNumber(data.x) : CString(),
                                     data.valid ? "1" : "0"};
-        for (const double v : applied_[static_cast<size_t>(run)])
-            row.push_back(WcMcShortestNumber(v));
+        if (run < sets.size())
+            for (const double v : sets[run])
+                row.push_back(WcMcShortestNumber(v));
         table.rows.push_back(std::move(row));
     }
 }

@@ -26,6 +26,10 @@ int WcMcAnalysis::ExecuteWcAnalysis() {
     CGrapherPage& page = engine->OpenGrapherPage();
     PrepareWcMcPage(page, IDS_WC_PAGE, *this);
     ChartLog& log = page.AddChartLog(GetResourceString(IDS_WC_RESULTS));
+    CGrapherChart& table = page.AddChart(GetResourceString(IDS_MC_RUNS_TABLE));
+    // Every run in the order made, the tolerance runs of a transient between the two.
+    std::vector<WcMcRunData> made;
+    std::vector<ParameterSet> madeSets;
 
     if (analysisType_ == WcMcAc)
         ac_.LoadFromMainAnalysis();
@@ -36,6 +40,7 @@ int WcMcAnalysis::ExecuteWcAnalysis() {
     // Nominal.
     if (IsStopRequested()) {
         log.AddLine(GetResourceString(IDS_MC_STOPPED) + GetResourceText(IDS_MC_NOMINAL_RUN));
+        FillRunsTable(table, made, madeSets);
         engine->ReleaseGrapherPage();
         return 1;
     }
@@ -44,9 +49,12 @@ int WcMcAnalysis::ExecuteWcAnalysis() {
         ExecuteRun(CurrentValues(), GetResourceString(IDS_MC_NOMINAL_RUN), nullptr);
     runs_[0] = nominalRun.data;
     applied_.push_back(CurrentValues());
+    made.push_back(nominalRun.data);
+    madeSets.push_back(CurrentValues());
     AddWcMcRunTrace(page, nominalRun, GetResourceString(IDS_MC_NOMINAL_SHORT));
     if (!nominalRun.commandResult) {
         log.AddLine(GetResourceString(IDS_WCMC_NOMINAL_FAILED));
+        FillRunsTable(table, made, madeSets);
         engine->ReleaseGrapherPage();
         return 0;
     }
@@ -55,7 +63,7 @@ int WcMcAnalysis::ExecuteWcAnalysis() {
     // Sensitivities: from the simulator's own analysis where it has one, else
     // from one run per tolerance.
     if (analysisType_ == WcMcTran)
-        RunToleranceSensitivities(page, nominal);
+        RunToleranceSensitivities(page, nominal, made, madeSets);
     else if (!IsStopRequested())
         ReadSensitivities(*engine);
 
@@ -67,10 +75,13 @@ int WcMcAnalysis::ExecuteWcAnalysis() {
             ExecuteRun(CurrentValues(), GetResourceString(IDS_WC_WORST_RUN), &nominal);
         runs_[1] = worstRun.data;
         applied_.push_back(CurrentValues());
+        made.push_back(worstRun.data);
+        madeSets.push_back(CurrentValues());
         AddWcMcRunTrace(page, worstRun, worstRun.data.runLabel);
         worstMade = 1;
     }
     WriteWcReport(log, worstMade);
+    FillRunsTable(table, made, madeSets);
     engine->ReleaseGrapherPage();
     return 1;
 }
@@ -100,7 +111,9 @@ int WcMcAnalysis::ReadSensitivities(CASimulationEngine& engine) {
     return result;
 }
 
-void WcMcAnalysis::RunToleranceSensitivities(CGrapherPage& page, const WcMcCurve& nominal) {
+void WcMcAnalysis::RunToleranceSensitivities(CGrapherPage& page, const WcMcCurve& nominal,
+                                             std::vector<WcMcRunData>& made,
+                                             std::vector<ParameterSet>& sets) {
     // The change of the measured value when the parameter moves to the end of
     // its band, per unit of the parameter: a sensitivity the sign rule can use.
     const WcMcRunData& base = runs_[0];
@@ -117,6 +130,8 @@ void WcMcAnalysis::RunToleranceSensitivities(CGrapherPage& page, const WcMcCurve
         const CString label = GetResourceString(IDS_WC_TOLERANCE_RUN) + ToleranceName(tol);
         const WcMcRunResult run = ExecuteRun(CurrentValues(), label, &nominal);
         AddWcMcRunTrace(page, run, label);
+        made.push_back(run.data);
+        sets.push_back(CurrentValues());
         if (run.data.valid && base.valid) {
             WcMcRunData& data = tol.GetWcMcRunData();
             data.x = run.data.x;

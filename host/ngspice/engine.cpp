@@ -264,6 +264,18 @@ RunResult NgSpiceEngine::Run(const std::string& script, Analyses* analyses, RunO
         options.orvo = [this, analyses](const std::string& request, std::string& error) {
             return RunCompound(request, analyses, error);
         };
+    // The compound analyses read the plotted vectors from the engine; "all" is every vector,
+    // which is what they take from an empty list.
+    SetIPlot(CString());
+    if (!options.iplot)
+        options.iplot = [this](const std::vector<std::string>& vectors) {
+            std::string list;
+            for (const std::string& v : vectors)
+                list += (list.empty() ? "" : " ") + v;
+            const bool all = std::any_of(vectors.begin(), vectors.end(),
+                                         [](const std::string& v) { return Lower(v) == "all"; });
+            SetIPlot(all ? CString() : CString(list));
+        };
     options.stopRequested = [this, outer = std::move(options.stopRequested)] {
         return WantStopNow() != 0 || (outer && outer());
     };

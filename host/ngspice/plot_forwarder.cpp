@@ -9,7 +9,17 @@
 
 namespace host {
 
-ANALYSIS_TYPE PlotAnalysisType(std::string_view plot) {
+namespace {
+
+bool IsNoisePlotName(std::string_view plot) {
+    return plot.substr(0, 5) == "noise";
+}
+
+} // namespace
+
+ANALYSIS_TYPE PlotAnalysisType(std::string_view plot, std::string_view title) {
+    if (title == "Integrated Noise")
+        return AT_NONE;
     static const std::pair<std::string_view, ANALYSIS_TYPE> kTypes[] = {
         {"tran", AT_TRAN}, {"noise", AT_NOISE}, {"disto", AT_DISTO},
         {"sens", AT_SENS}, {"op", AT_OP},       {"ac", AT_AC},
@@ -49,7 +59,7 @@ void PlotEventForwarder::OnBeginPlot(const PlotInfo& plot) {
     Finish();
     plot_.name = CString(plot.name);
     plot_.title = CString(plot.type);
-    plot_.type = PlotAnalysisType(plot.name);
+    plot_.type = PlotAnalysisType(plot.name, plot.type);
     const bool nodePlot = IsNodePlot(plot.name);
     // Every run of a compound analysis makes the same plot: name its vectors once.
     bool same = lastRaw_.size() == plot.vectors.size();
@@ -84,7 +94,8 @@ void PlotEventForwarder::OnBeginPlot(const PlotInfo& plot) {
         if (v.isScale && plot_.scaleIndex < 0)
             plot_.scaleIndex = static_cast<int>(k);
     }
-    if (plot_.type == AT_OP)
+    // An operating point and the integrated noise are one row each, without an x.
+    if (plot_.type == AT_OP || (plot_.type == AT_NONE && IsNoisePlotName(plot.name)))
         plot_.scaleIndex = -1;
     Begin();
 }

@@ -14,8 +14,11 @@ class CASimulationEngine;
 
 namespace host {
 
-/// The analysis type of an ngspice plot by its name ("tran3" is AT_TRAN); AT_NONE when unknown.
-ANALYSIS_TYPE PlotAnalysisType(std::string_view plot);
+/// The analysis type of an ngspice plot by its name ("tran3" is AT_TRAN) and title; AT_NONE when
+/// unknown. A noise analysis makes two plots, the spectral densities and then the integrated
+/// noise ("Integrated Noise", one row): only the first is a noise plot, since the analyses that
+/// read noise start over at every noise plot.
+ANALYSIS_TYPE PlotAnalysisType(std::string_view plot, std::string_view title = {});
 
 /// The name an analysis reads for a vector of a node plot (operating point, AC, DC, transient):
 /// "out" is "v(out)", "v1#branch" is "i(v1)", the scale ("time", "frequency") and device

@@ -71,7 +71,7 @@ private:
     void IfError(const Statement& s);
     void CheckNodes(const Statement& s);
     void Save(const Statement& s);
-    void Iplot(const Statement& s) { iplot_.assign(s.tokens.begin() + 1, s.tokens.end()); }
+    void Iplot(const Statement& s);
     void Param(const Statement& s);
     void Set(const Statement& s);
     void Analysis(const Statement& s);
@@ -539,6 +539,12 @@ void Execution::WriteAndDestroy(const Statement& s) {
     }
     if (Send("write " + s.rest))
         Send("destroy");
+}
+
+void Execution::Iplot(const Statement& s) {
+    iplot_.assign(s.tokens.begin() + 1, s.tokens.end());
+    if (options_.iplot)
+        options_.iplot(iplot_);
 }
 
 void Execution::RunDeck(const Statement&) {

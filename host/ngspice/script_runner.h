@@ -48,6 +48,9 @@ struct RunOptions {
     /// between two statements of the script; what it throws fails the statement. Without it,
     /// "orvo" statements fail.
     std::function<bool(const std::string& keyAndRecord, std::string& error)> orvo;
+    /// Told the vectors of every "iplot" statement (empty for "iplot" alone), before the
+    /// statements after it run: compound analyses plot what their scope plots.
+    std::function<void(const std::vector<std::string>& vectors)> iplot;
 };
 
 /// Borrows the process's ngspice session; the session must outlive the runner.
