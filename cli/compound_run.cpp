@@ -146,7 +146,10 @@ void MarkRuns(std::vector<report::Page>& pages, bool monteCarlo) {
 }
 
 std::string SweepSummary(const report::Section& section, const std::vector<CGrapherPage>& pages) {
-    // The innermost runs are the deepest entries of the run log.
+    // The innermost runs are the deepest entries of the run log, but for its closing word on a
+    // failure or a stop.
+    const CString failed = GetResourceString(IDS_PSWEEP_LOG_FAILED);
+    const CString stopped = GetResourceString(IDS_PSWEEP_LOG_STOPPED);
     unsigned runs = 0;
     int deepest = 0;
     for (const CGrapherPage& page : pages)
@@ -156,7 +159,9 @@ std::string SweepSummary(const report::Section& section, const std::vector<CGrap
     for (const CGrapherPage& page : pages)
         for (const ChartLog& log : page.GetChartLogs())
             for (const ChartLog::Entry& e : log.GetEntries())
-                runs += e.indent == deepest && deepest > 0 ? 1 : 0;
+                runs += e.indent == deepest && deepest > 0 && e.text != failed && e.text != stopped
+                            ? 1
+                            : 0;
     unsigned traces = 0, points = 0;
     for (const report::Page& page : section.pages) {
         traces += static_cast<unsigned>(page.traces.size());

@@ -1,5 +1,7 @@
-// `canal demo`: the bundled amplifier's AC and transient analyses, one report.
+// `canal demo`: the bundled amplifier's AC, transient, temperature sweep and Monte Carlo
+// analyses, one report.
 #include "cli/commands.h"
+#include "cli/compound_run.h"
 #include "cli/run.h"
 #include "cli/settings.h"
 #include "platform/resources.h"
@@ -20,12 +22,14 @@ const char* const kDemoCircuit = "amplifier.cir";
 struct DemoAnalysis {
     const char* nickname;
     const char* settings; ///< file beside the circuit
-    const char* save;     ///< output variables to plot
+    const char* save;     ///< output variables to plot; null: the settings name them
 };
 
 const DemoAnalysis kDemoAnalyses[] = {
     {"AC", "amplifier.ac.prop", "v(out) v(in)"},
     {"TRAN", "amplifier.tran.prop", "v(out) v(in) v(coll)"},
+    {"TSWEEP", "amplifier.tsweep.prop", nullptr},
+    {"MONTE", "amplifier.monte.prop", nullptr},
 };
 
 /// The examples folder: $CANAL_EXAMPLES when set, else an "examples" folder
@@ -84,7 +88,8 @@ int RunDemo(const Invocation& call, std::ostream& out, std::ostream& err) {
             LoadAnalysis(demo.nickname, &settings, err, status);
         if (!analysis)
             return ExitFailure; // the bundled settings are broken: nothing sensible to show
-        analysis->GetAnalysisNodes().SetNodesString(CString(demo.save));
+        if (demo.save)
+            analysis->GetAnalysisNodes().SetNodesString(CString(demo.save));
         analyses.push_back(std::move(analysis));
     }
 
@@ -105,6 +110,12 @@ int RunDemo(const Invocation& call, std::ostream& out, std::ostream& err) {
         }
         if (run.Interrupted())
             break;
+        if (IsCompoundAnalysis(*analysis) &&
+            CheckCompoundAnalysis(run.Engine(), *analysis, circuit, err) != ExitOk) {
+            result.sections.push_back(FailedSection(*analysis, std::string()));
+            ok = false;
+            continue;
+        }
         out << CString::Formatted(GetResourceText(IDS_DEMO_RUNNING), title.c_str(), circuit.c_str())
                    .str()
             << '\n';
@@ -122,6 +133,8 @@ int RunDemo(const Invocation& call, std::ostream& out, std::ostream& err) {
     if (written)
         out << CString::Formatted(GetResourceText(IDS_DEMO_OPEN), html.string().c_str()).str()
             << '\n';
+    if (run.Interrupted())
+        return ExitInterrupted;
     return ok && written ? ExitOk : ExitFailure;
 }
 

@@ -102,7 +102,8 @@ std::string HistogramToSvg(const Histogram& h, const SvgOptions& options) {
     const size_t highest =
         bins.counts.empty() ? 1 : *std::max_element(bins.counts.begin(), bins.counts.end());
     Scale ys;
-    const std::vector<double> counts = {0.0, static_cast<double>(highest)};
+    // Room above the highest bar, so that it does not touch the frame.
+    const std::vector<double> counts = {0.0, static_cast<double>(highest) * 1.08};
     const int yTarget = std::clamp(static_cast<int>(plotH / 45), 3, 8);
     FitScale(ys, {&counts}, nullptr, true, yTarget);
     ys.lo = 0.0;

@@ -60,6 +60,14 @@ void AppendDetails(std::string& out, unsigned label, const std::string& body) {
 }
 
 void AppendChart(std::string& out, const Chart& chart) {
+    // A table of hundreds of runs is there to look things up in, not to scroll past.
+    const bool folded = chart.rows.size() > 40;
+    if (folded) {
+        CString summary;
+        summary.Format(GetResourceText(IDS_REPORT_TABLE_ROWS), chart.title.c_str(),
+                       static_cast<unsigned>(chart.rows.size()));
+        out += "<details><summary>" + HtmlEscape(summary.str()) + "</summary>\n";
+    }
     out += "<table>";
     if (!chart.title.empty())
         out += "<caption>" + HtmlEscape(chart.title) + "</caption>";
@@ -76,6 +84,8 @@ void AppendChart(std::string& out, const Chart& chart) {
         out += "</tr>";
     }
     out += "</table>\n";
+    if (folded)
+        out += "</details>\n";
 }
 
 /// Pages without x values (operating point and the like) show their values.

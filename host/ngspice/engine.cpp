@@ -190,6 +190,8 @@ NgSpiceEngine::~NgSpiceEngine() = default;
 
 void NgSpiceEngine::Fail(const std::string& message) {
     lastError_ = message;
+    if (firstError_.empty())
+        firstError_ = message;
     messages_.push_back(message);
 }
 
@@ -295,6 +297,7 @@ bool NgSpiceEngine::RunCompound(const std::string& keyAndRecord, Analyses* analy
     if (analyses)
         analyses->SetAsimEng(this);
     lastError_.clear();
+    firstError_.clear();
     pendingError_.clear();
     stopped_ = false;
     const bool probes = key == "TRACEWIDTH" && !probesOn_;
@@ -312,10 +315,12 @@ bool NgSpiceEngine::RunCompound(const std::string& keyAndRecord, Analyses* analy
     }
     forwarder_.Finish();
     RestoreCircuit(probes);
+    // The analysis's last commands (putting the swept value back, say) may have succeeded after
+    // the failure that ended it.
     if (!result)
         error =
-            !lastError_.empty()
-                ? lastError_
+            !firstError_.empty()
+                ? firstError_
                 : CString::Formatted(GetResourceText(IDS_HOST_COMPOUND_FAILED), key.c_str()).str();
     return result != 0;
 }

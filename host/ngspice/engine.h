@@ -215,6 +215,7 @@ private:
     std::map<std::string, PlannedChange> plans_; ///< by property id and names
     std::string pendingError_;                   ///< a refused change, reported by the next command
     std::string lastError_;
+    std::string firstError_; ///< the first failure since RunCompound began: what ended it
     std::vector<std::string> messages_;
 
     std::atomic<bool> stopRequested_{false};
