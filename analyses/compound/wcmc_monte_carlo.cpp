@@ -257,9 +257,10 @@ void WcMcAnalysis::FillRunsTable(CGrapherChart& table, std::span<const WcMcRunDa
                                     data.valid ? WcMcShortestNumber(data.y) : CString(),
                                     data.valid ? WcMcShortestNumber(data.x) : CString(),
                                     data.valid ? "1" : "0"};
+        // The text the simulator was given (SetOnSimulator), so that the table shows what ran.
         if (run < sets.size())
             for (const double v : sets[run])
-                row.push_back(WcMcShortestNumber(v));
+                row.push_back(FormatNumber(v));
         table.rows.push_back(std::move(row));
     }
 }

@@ -188,6 +188,16 @@ TEST_F(WorstCaseTest, TransientRunsEachToleranceAtItsUpperEndForTheSign) {
         traces.push_back(t.name);
     EXPECT_EQ(traces[1], "Tolerance Run: r1 resistance");
     EXPECT_EQ(traces.back(), "Worst Case Run");
+
+    // Every run in the order made, with the values it ran with.
+    const CGrapherChart& table = engine.GetGrapherPages()[0].GetCharts().at(0);
+    EXPECT_EQ(table.title, "Runs");
+    ASSERT_EQ(table.rows.size(), 6u);
+    EXPECT_EQ(table.rows[1][1], "Tolerance Run: r1 resistance");
+    EXPECT_EQ(table.rows[1][5], "1100");
+    EXPECT_EQ(table.rows[5][1], "Worst Case Run");
+    EXPECT_EQ(std::vector<CString>(table.rows[5].begin() + 5, table.rows[5].end()),
+              (std::vector<CString>{"1100", "2000", "80", "0.001"}));
 }
 
 TEST_F(WorstCaseTest, CurrentOutputsAndNegativeNominalsPickTheRightSourceAndEnd) {

@@ -103,6 +103,19 @@ TEST_F(EngineTest, AnAbortAnswerDropsTheRestOfThePlotButStillEndsIt) {
     EXPECT_TRUE(sink_.plots[0].ended);
 }
 
+TEST_F(EngineTest, OnlyTheSpectralDensitiesOfANoiseRunAreANoisePlot) {
+    Load(kDivider);
+    Silent("noise v(out) v1 dec 10 1000 10000");
+    ASSERT_EQ(sink_.plots.size(), 2u);
+    EXPECT_EQ(sink_.plots[0].info.type, AT_NOISE);
+    EXPECT_GE(sink_.plots[0].info.FindVector("onoise_spectrum"), 0);
+    // The integrated noise comes next; as a noise plot it would make a noise figure start over.
+    const CSpicePlotInfo& integrated = sink_.plots[1].info;
+    EXPECT_NE(integrated.type, AT_NOISE);
+    EXPECT_GE(integrated.FindVector("onoise_total"), 0);
+    EXPECT_EQ(integrated.scaleIndex, -1);
+}
+
 TEST_F(EngineTest, AlterAndAltermodChangeTheResultsAndTheMembers) {
     Load(kDivider);
     // Empty device and model names match any; names and aliases in any case.

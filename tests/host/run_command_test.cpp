@@ -2,23 +2,17 @@
 // them, and what a failing netlist leaves behind.
 #include "cli/commands.h"
 #include "cli/run.h"
+#include "tests/support/tool_run.h"
 
 #include <gtest/gtest.h>
 
-#include <charconv>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <unistd.h>
-
 namespace {
-
-namespace fs = std::filesystem;
 
 // fc = 1 / (2 pi 1k 159.155n) = 1000 Hz; tau = 159.155 us.
 const char* const kRcCircuit = "rc low pass\n"
@@ -31,77 +25,12 @@ const char* const kTranSettings =
     "TRAN:list{ANALYSIS:list{TSTEP:double{1e-05} TSTOP:double{0.001} TSTART:double{0}\n"
     "  TMAX:double{1e-05} IC:string{dcop}}}\n";
 
-class RunCommandTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        dir_ = fs::temp_directory_path() /
-               ("canal_run_" + std::to_string(::getpid()) + "_" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::create_directories(dir_);
-    }
-    void TearDown() override {
-        if (HasFailure())
-            std::cerr << "---- output ----\n" << out_.str() << "---- errors ----\n" << err_.str();
-        std::error_code ec;
-        fs::remove_all(dir_, ec);
-    }
-
-    fs::path Write(const std::string& name, const std::string& text) {
-        std::ofstream(dir_ / name) << text;
-        return dir_ / name;
-    }
-
-    int Run(const std::vector<std::string>& args) {
-        out_.str("");
-        err_.str("");
-        return cli::RunCommand(args, out_, err_);
-    }
-
-    fs::path dir_;
-    std::ostringstream out_, err_;
-};
-
-std::vector<fs::path> FilesWithExtension(const fs::path& dir, const std::string& ext) {
-    std::vector<fs::path> files;
-    for (const auto& entry : fs::directory_iterator(dir))
-        if (entry.path().extension() == ext)
-            files.push_back(entry.path());
-    return files;
-}
-
-struct Table {
-    std::vector<std::string> header;
-    std::vector<std::vector<double>> rows;
-};
-
-Table ReadCsv(const fs::path& path) {
-    Table table;
-    std::ifstream in(path);
-    std::string line;
-    if (std::getline(in, line)) {
-        std::stringstream ss(line);
-        for (std::string cell; std::getline(ss, cell, ',');)
-            table.header.push_back(cell);
-    }
-    while (std::getline(in, line)) {
-        std::vector<double> row;
-        std::stringstream ss(line);
-        for (std::string cell; std::getline(ss, cell, ',');) {
-            double v = NAN;
-            std::from_chars(cell.data(), cell.data() + cell.size(), v);
-            row.push_back(v);
-        }
-        table.rows.push_back(row);
-    }
-    return table;
-}
-
-std::string ReadAll(const fs::path& path) {
-    std::ifstream in(path);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-}
+using RunCommandTest = canal_test::ToolRunTest;
+using canal_test::FilesWithExtension;
+using canal_test::ReadAll;
+using canal_test::ReadCsv;
+using canal_test::Table;
+namespace fs = std::filesystem;
 
 } // namespace
 

@@ -110,4 +110,9 @@ TEST(Numbers, EngineeringLabelsAndFullPrecision) {
     EXPECT_EQ(report::FormatFull(0.1), "0.10000000000000001");
     EXPECT_EQ(report::FormatFull(-INFINITY), "-inf");
     EXPECT_EQ(report::FormatShort(1e10), "1e+10");
+    // With a unit the prefix moves to it.
+    EXPECT_EQ(report::FormatQuantity(0.01234, "V"), "12.34 mV");
+    EXPECT_EQ(report::FormatQuantity(1.126, "V"), "1.126 V");
+    EXPECT_EQ(report::FormatQuantity(0.0, "A"), "0 A");
+    EXPECT_EQ(report::FormatQuantity(3.5e-6, ""), "3.5u");
 }

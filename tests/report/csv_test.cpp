@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 TEST(Csv, RealTracesGiveOneColumnEachWithFullPrecision) {
@@ -54,4 +55,31 @@ TEST(Csv, PagesWithoutXAreNameValueRows) {
     report::Page pz;
     pz.traces.push_back({"pole", {-1.0, -1.0}, {2.0, -2.0}, true, {}});
     EXPECT_EQ(report::ToCsv(pz), "name,value,imaginary\npole[0],-1,2\npole[1],-1,-2\n");
+}
+
+TEST(Csv, ManyRunsWithXOfTheirOwnGetAnXColumnEachAndFewShareOne) {
+    // Four hundred runs whose time points all differ: one shared x column would be a table of
+    // 4000 rows with one value in 400.
+    report::Page runs;
+    runs.xName = "time";
+    for (int r = 0; r < 400; ++r) {
+        report::Trace t{"run " + std::to_string(r), {}, {}, true, {}};
+        for (int k = 0; k < 10; ++k) {
+            t.x.push_back(k + r * 1e-4);
+            t.re.push_back(r);
+        }
+        runs.traces.push_back(t);
+    }
+    const std::string csv = report::ToCsv(runs);
+    EXPECT_EQ(csv.substr(0, csv.find('\n')).substr(0, 40),
+              "time (run 0),run 0,time (run 1),run 1,ti");
+    EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 11);
+    EXPECT_EQ(csv.substr(csv.find('\n') + 1, 16), "0,0,0.0001,1,0.0");
+
+    // Three runs share one x column, the union of their points.
+    runs.traces.resize(3);
+    EXPECT_EQ(report::ToCsv(runs).substr(0, 27), "time,run 0,run 1,run 2\n0,0,");
+
+    const report::Chart chart{"Runs", {"index", "label"}, {{"0", "Nominal Run"}, {"1", "a, b"}}};
+    EXPECT_EQ(report::ChartToCsv(chart), "index,label\n0,Nominal Run\n1,\"a, b\"\n");
 }

@@ -84,22 +84,32 @@ TEST(ReportWriter, WritesEveryFileTheReportLinksTo) {
         ("canal_report_test_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()));
     fs::remove_all(dir);
     report::Report r = SampleReport();
+    r.sections[0].pages[0].histograms.push_back({"MAX of v(out)", "V", {1, 2, 2}, 1.7, 0.5});
     report::Section tran;
     tran.nickname = "TRAN";
     tran.title = "Transient Analysis";
+    tran.files = {{"results.txt", "Results\n"}, {"runs.csv", "index,value\n0,1\n"}};
     r.sections.push_back(tran);
 
     auto result = report::WriteReport(r, (dir / "nested").string());
     EXPECT_TRUE(result.ok());
-    for (const char* name :
-         {"ac-01-ac-analysis.csv", "ac-01-ac-analysis.svg", "ac-02-operating-point.csv",
-          "ac-analysis.txt", "ac-log.txt", "tran-analysis.txt", "tran-log.txt", "report.html"})
+    EXPECT_EQ(
+        report::SectionFileNames(r, 0),
+        (std::vector<std::string>{"ac-01-ac-analysis.csv", "ac-01-ac-analysis.svg",
+                                  "ac-01-ac-analysis-histogram.svg", "ac-02-operating-point.csv",
+                                  "ac-analysis.txt", "ac-log.txt"}));
+    for (const std::string& name : report::SectionFileNames(r, 0))
         EXPECT_TRUE(fs::exists(dir / "nested" / name)) << name;
+    for (const char* name : {"tran-analysis.txt", "tran-log.txt", "report.html"})
+        EXPECT_TRUE(fs::exists(dir / "nested" / name)) << name;
+    EXPECT_EQ(ReadAll(dir / "nested" / "tran-runs.csv"), "index,value\n0,1\n");
     EXPECT_FALSE(fs::exists(dir / "nested" / "ac-02-operating-point.svg"));
-    EXPECT_EQ(result.files.size(), 8u);
+    EXPECT_EQ(result.files.size(), 11u);
 
     std::string html = ReadAll(dir / "nested" / "report.html");
     EXPECT_NE(html.find("href=\"ac-01-ac-analysis.csv\""), std::string::npos);
+    EXPECT_NE(html.find("href=\"tran-results.txt\""), std::string::npos);
+    EXPECT_NE(html.find("Distribution of MAX of v(out)"), std::string::npos);
     std::string log = ReadAll(dir / "nested" / "ac-log.txt");
     EXPECT_NE(log.find("Failed: Error: \"bad\" <thing>"), std::string::npos);
     EXPECT_NE(log.find("Error: no such vector & friends"), std::string::npos);

@@ -202,6 +202,61 @@ TEST(Svg, LegendShortensLongNamesAndCountsTheTracesThatDoNotFit) {
     EXPECT_NE(legend.find(">... and 8 more</text>"), std::string::npos) << legend;
 }
 
+TEST(Svg, LegendNamesTheSweptValuesUnderTheVariableTheyShare) {
+    report::Page page;
+    page.x = {0.0, 1.0};
+    for (const char* label : {"v(out), Temperature=273.15", "v(out), Temperature=358.15"})
+        page.traces.push_back({label, {0, 1}, {}, true, {}});
+    const std::string legend = report::ToSvg(page).substr(report::ToSvg(page).find("legend"));
+    EXPECT_NE(legend.find("font-weight=\"bold\">v(out)</text>"), std::string::npos) << legend;
+    EXPECT_NE(legend.find(">Temperature=358.15</text>"), std::string::npos) << legend;
+}
+
+TEST(Svg, RunsOfAStatisticalAnalysisAreASampledBackgroundBehindTheNominalAndWorstRuns) {
+    report::Page page;
+    page.xName = "time";
+    page.x = {0.0, 1.0};
+    page.traces.push_back({"Nominal", {0, 1}, {}, true, {}, report::TraceRole::Nominal});
+    for (int i = 0; i < 150; ++i)
+        page.traces.push_back(
+            {"Run #" + std::to_string(i), {0, 1}, {}, true, {}, report::TraceRole::Background});
+    page.traces.push_back({"Worst", {0, 2}, {}, true, {}, report::TraceRole::Worst});
+    const std::string svg = report::ToSvg(page);
+    EXPECT_EQ(TagBalanceProblem(svg), "");
+    EXPECT_EQ(PolylinePointCounts(svg).size(), 102u);
+    // Drawn over the background: the nominal and the worst run come last.
+    const std::string traces = svg.substr(0, svg.find("<g class=\"legend\">"));
+    EXPECT_GT(traces.find("stroke=\"#222222\" stroke-width=\"2.4\""),
+              traces.rfind("stroke=\"#aab4c0\""));
+    const std::string legend = svg.substr(svg.find("<g class=\"legend\">"));
+    EXPECT_NE(legend.find(">Nominal</text>"), std::string::npos);
+    EXPECT_NE(legend.find(">Worst</text>"), std::string::npos);
+    EXPECT_NE(legend.find(">150 others, 100 drawn</text>"), std::string::npos);
+    EXPECT_EQ(legend.find("Run #"), std::string::npos);
+}
+
+TEST(Svg, PointsSharingAPixelColumnKeepTheirEnvelope) {
+    report::Page page;
+    page.xName = "time";
+    report::Trace t{"v(out)", {}, {}, true, {}};
+    for (int k = 0; k <= 100000; ++k) {
+        page.x.push_back(k);
+        t.re.push_back(std::sin(k * 0.01) + (k == 50000 ? 5.0 : 0.0)); // one spike
+    }
+    page.traces.push_back(t);
+    const std::string svg = report::ToSvg(page);
+    ASSERT_EQ(PolylinePointCounts(svg).size(), 1u);
+    EXPECT_LT(PolylinePointCounts(svg)[0], 4u * 700u);
+    // The line still reaches the spike, far above the sine's peaks (y 324 of 48 to 462).
+    std::regex point("([0-9.]+),([0-9.]+)");
+    const std::string line = svg.substr(svg.find("<polyline"));
+    double top = 1e9;
+    for (auto it = std::sregex_iterator(line.begin(), line.begin() + line.find("/>"), point);
+         it != std::sregex_iterator(); ++it)
+        top = std::min(top, std::stod((*it)[2]));
+    EXPECT_LT(top, 100.0);
+}
+
 TEST(Svg, VerticalTitleNamesTheCommonQuantity) {
     report::Page page;
     page.xName = "time";
