@@ -1,11 +1,13 @@
 // Transient runs through canal and through plain libngspice calls, in one process: framed
-// scripts of a small RC circuit, and the inner runs of a compound analysis on the amplifier.
+// scripts of a small RC circuit, the inner runs of a compound analysis on the amplifier, and
+// whole Monte Carlo analyses and parameter sweeps against the loops a user writes by hand.
 #include "analyses/core/analysis.h"
 #include "analyses/core/analysis_factory.h"
 #include "engine/plot_event_sink.h"
 #include "host/ngspice/engine.h"
 #include "host/ngspice/script_runner.h"
 #include "host/ngspice/session.h"
+#include "platform/grapher.h"
 #include "platform/property.h"
 
 #include <benchmark/benchmark.h>
@@ -416,6 +418,157 @@ void BM_InnerRunsThroughPlainNgspice(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * kInnerRuns);
 }
 
+// --- whole compound analyses -------------------------------------------------------------
+
+// The transient every run of the analyses below makes, as canal's settings and as ngspice's
+// own command (the same step, stop and maximum step).
+const char* const kAnalysisTran = "Tran:list{TSTEP:double{2e-05} TSTOP:double{0.002} "
+                                  "TSTART:double{0} TMAX:double{2e-05} IC:string{dcop}}";
+const char* const kPlainAnalysisTran = "tran 2e-05 0.002 0 2e-05";
+constexpr int kMonteRuns = 99; // the nominal run, 99 random runs and the repeated worst run
+constexpr int kSweepValues = 50;
+
+std::string ToleranceText(const char* instance) {
+    return std::string("TolSpec:list{Distr:int{1} TolClass:int{1} TolType:int{1} "
+                       "TolValue:double{5} MemberToSweep:list{name:string{") +
+           instance + "} isinst:int{1}} MemberParamToSweep:list{name:string{resistance}}} ";
+}
+
+std::string MonteSettings() {
+    std::string tolerances;
+    for (const Tolerance& t : kTolerances)
+        tolerances += ToleranceText(t.instance);
+    return "MONTE:list{ANALYSIS:list{AnalysisType:int{2} NumRuns:int{" +
+           std::to_string(kMonteRuns) + "} OutputVariable:string{v(out)} " + kAnalysisTran +
+           " TolSpecList:list{" + tolerances + "}}}";
+}
+
+std::string SweepSettings() {
+    std::string values;
+    for (int i = 0; i < kSweepValues; ++i)
+        values += std::to_string(4000 + 30 * i) + " ";
+    return "PSWEEP:list{NODES:list{Nodes:list{NODE:list{Name:string{v(out)} Kind:int{3} "
+           "Flags:int{768}}}} ANALYSIS:list{DeviceSweep:list{Variation:int{3} List:array{" +
+           values +
+           "}} SweepType:int{0} AnalysisType:int{2} InstToSweep:list{name:string{rc} "
+           "isinst:int{1}} InstParamToSweep:list{name:string{resistance}} " +
+           kAnalysisTran + "}}";
+}
+
+/// The framed script of an analysis read from its settings text, as `canal run` builds it.
+bool CompoundScript(const char* nickname, const std::string& settings, std::string& script,
+                    std::string& error) {
+    const std::unique_ptr<Analyses::Analysis> analysis(NewAnalysisByNickname(nickname, nullptr));
+    CPropertyItem item;
+    if (!analysis || !CPropertyList(CString(settings)).GetNth(0, item) ||
+        !analysis->fromPropertyItem(item)) {
+        error = std::string("the ") + nickname + " settings were not applied";
+        return false;
+    }
+    script = analysis->toNutmegCommand(-1).str();
+    return true;
+}
+
+/// One whole analysis through the engine: the framed script with its "orvo" request, the
+/// parameter changes, the runs, their measurement and the result page.
+bool CanalAnalysis(host::NgSpiceEngine& engine, Analyses& analyses, const std::string& script,
+                   size_t& traces, size_t& points, std::string& error) {
+    const host::RunResult result = engine.Run(script, &analyses);
+    const std::vector<CGrapherPage> pages = engine.TakeGrapherPages();
+    if (!result.ok || pages.empty()) {
+        error = result.ok ? "the analysis made no page" : result.error;
+        return false;
+    }
+    traces = pages.front().GetTraces().size();
+    points = traces ? pages.front().GetTraces().front().x.size() : 0;
+    return true;
+}
+
+/// The same runs by hand: per run the changes, the transient, the vector fetched and its
+/// maximum taken, the plot destroyed.
+bool PlainRuns(int runs, bool sweep, size_t& points, std::string& error) {
+    for (int run = 0; run < runs; ++run) {
+        if (sweep) {
+            std::string alter = "alter @rc[resistance] = " + std::to_string(4000 + 30 * run);
+            ngSpice_Command(alter.data());
+        } else {
+            for (int i = 0; i < 4; ++i) {
+                const Tolerance& t = kTolerances[i];
+                std::string alter = std::string("alter @") + t.instance +
+                                    "[resistance] = " + std::to_string(Varied(t, run, i));
+                ngSpice_Command(alter.data());
+            }
+        }
+        ngSpice_Command(const_cast<char*>(kPlainAnalysisTran));
+        pvector_info info = ngGet_Vec_Info(const_cast<char*>("out"));
+        if (!info || !info->v_realdata) {
+            error = "no vector out";
+            return false;
+        }
+        double maximum = -INFINITY;
+        for (int k = 0; k < info->v_length; ++k)
+            maximum = std::max(maximum, info->v_realdata[k]);
+        benchmark::DoNotOptimize(maximum);
+        points = static_cast<size_t>(info->v_length);
+        ngSpice_Command(const_cast<char*>("destroy all"));
+    }
+    return true;
+}
+
+/// A whole Monte Carlo analysis (argument 0) or parameter sweep (1) through canal against plain
+/// libngspice making the same number of the same transient runs, alternating which goes first.
+/// The circuit is loaded and the analysis made once before the measured ones, so that the
+/// one-off reading of the circuit's members (BM_CircuitRead) is not in the ratio.
+void BM_AnalysisCanalOverPlain(benchmark::State& state) {
+    const bool sweep = state.range(0) != 0;
+    const int runs = sweep ? kSweepValues : kMonteRuns + 2;
+    host::NgSpiceEngine engine(host::NgSpiceSession::Get());
+    Analyses analyses(&engine);
+    std::string script, error;
+    if (!CompoundScript(sweep ? "PSWEEP" : "MONTE", sweep ? SweepSettings() : MonteSettings(),
+                        script, error)) {
+        state.SkipWithError(error.c_str());
+        return;
+    }
+    size_t traces = 0, canalPoints = 0, plainPoints = 0;
+    double canalSeconds = 0.0, plainSeconds = 0.0;
+    const auto canal = [&] {
+        if (!engine.LoadCircuitLines(kAmplifier, error) ||
+            !CanalAnalysis(engine, analyses, script, traces, canalPoints, error))
+            return false;
+        const double c0 = CpuSeconds();
+        const bool ok = CanalAnalysis(engine, analyses, script, traces, canalPoints, error);
+        canalSeconds += CpuSeconds() - c0;
+        return ok;
+    };
+    const auto plain = [&] {
+        if (!LoadAmplifierPlain(error) || !PlainRuns(1, sweep, plainPoints, error))
+            return false;
+        const double c0 = CpuSeconds();
+        const bool ok = PlainRuns(runs, sweep, plainPoints, error);
+        plainSeconds += CpuSeconds() - c0;
+        return ok;
+    };
+    bool canalFirst = true;
+    for (auto _ : state) {
+        const bool ok = canalFirst ? canal() && plain() : plain() && canal();
+        canalFirst = !canalFirst;
+        if (!ok) {
+            state.SkipWithError(error.c_str());
+            return;
+        }
+    }
+    const double n = static_cast<double>(state.iterations()) * runs;
+    state.counters["runs"] = runs;
+    state.counters["traces"] = static_cast<double>(traces);
+    // Points of a run on either side: equal when both make the same transient.
+    state.counters["canal_points"] = static_cast<double>(canalPoints);
+    state.counters["plain_points"] = static_cast<double>(plainPoints);
+    state.counters["canal_cpu_ms_per_run"] = canalSeconds * 1e3 / n;
+    state.counters["plain_cpu_ms_per_run"] = plainSeconds * 1e3 / n;
+    state.counters["canal/plain"] = plainSeconds > 0 ? canalSeconds / plainSeconds : 0.0;
+}
+
 /// Reading the amplifier's members: device tables, an operating point, every parameter value
 /// in forked children.
 void BM_CircuitRead(benchmark::State& state) {
@@ -451,6 +604,12 @@ BENCHMARK(BM_TranCanalOverPlain)
 BENCHMARK(BM_InnerRunsCanalOverPlain)->Unit(benchmark::kMillisecond)->Iterations(20);
 BENCHMARK(BM_InnerRunsThroughCanal)->Unit(benchmark::kMillisecond)->Iterations(10);
 BENCHMARK(BM_InnerRunsThroughPlainNgspice)->Unit(benchmark::kMillisecond)->Iterations(10);
+BENCHMARK(BM_AnalysisCanalOverPlain)
+    ->ArgName("sweep")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(10);
 BENCHMARK(BM_CircuitRead)->Unit(benchmark::kMillisecond)->Iterations(10);
 
 BENCHMARK_MAIN();
