@@ -1,10 +1,22 @@
 // Proxies and the collection's per-kind table.
+#include "analyses/compound/noise_figure.h"
+#include "analyses/compound/psweep.h"
+#include "analyses/compound/trace_width.h"
+#include "analyses/compound/wcmc_analysis.h"
 #include "analyses/core/analysis_proxy.h"
 #include "analyses/single/ac.h"
+#include "analyses/single/dc_sweep.h"
+#include "analyses/single/disto.h"
+#include "analyses/single/four.h"
 #include "analyses/single/noise.h"
 #include "analyses/single/op.h"
 #include "analyses/single/pz.h"
+#include "analyses/single/run.h"
+#include "analyses/single/sens.h"
+#include "analyses/single/tf.h"
 #include "analyses/single/tran.h"
+#include "analyses/single/user.h"
+#include "analyses/kinds.h"
 
 #include <gtest/gtest.h>
 
@@ -92,6 +104,61 @@ TEST(AnalysisProxy, TypeAndTypedAccess) {
     EXPECT_NE(proxy.GetNoisePtr(), nullptr);
     EXPECT_EQ(proxy.GetAcPtr(), nullptr);
     EXPECT_EQ(proxy.GetDistoPtr(), nullptr);
+}
+
+// Every typed accessor, by the kind it answers for.
+const std::pair<T, const Analyses::Analysis* (*)(const Proxy&)> kAccessors[] = {
+    {T::Op, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetOpPtr(); }},
+    {T::Ac, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetAcPtr(); }},
+    {T::Tran, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetTranPtr(); }},
+    {T::Four, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetFourPtr(); }},
+    {T::Noise, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetNoisePtr(); }},
+    {T::Disto, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetDistoPtr(); }},
+    {T::DcSweep, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetDcSweepPtr(); }},
+    {T::Psweep, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetPsweepPtr(); }},
+    {T::Tsweep, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetTsweepPtr(); }},
+    {T::Pz, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetPzPtr(); }},
+    {T::Tf, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetTfPtr(); }},
+    {T::Sens, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetSensPtr(); }},
+    {T::Worst, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetWorstPtr(); }},
+    {T::Monte, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetMontePtr(); }},
+    {T::User, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetUserPtr(); }},
+    {T::Run, [](const Proxy& p) -> const Analyses::Analysis* { return p.GetRunPtr(); }},
+    {T::TraceWidth,
+     [](const Proxy& p) -> const Analyses::Analysis* { return p.GetTraceWidthPtr(); }},
+    {T::NoiseFigure,
+     [](const Proxy& p) -> const Analyses::Analysis* { return p.GetNoiseFigurePtr(); }},
+};
+
+TEST(AnalysisProxy, SetTypeMakesEveryKindAndOnlyItsAccessorAnswers) {
+    TestAnalyses main;
+    for (const auto& row : kAccessors) {
+        const T kind = row.first;
+        SCOPED_TRACE(AnalysisNickname(kind));
+        Proxy proxy;
+        proxy.SetChange();
+        proxy.SetType(kind, &main);
+        ASSERT_FALSE(proxy.IsEmpty());
+        EXPECT_EQ(proxy.GetType(), kind);
+        EXPECT_EQ(proxy.GetAnalysisNickname(), AnalysisNickname(kind));
+        EXPECT_EQ(proxy.GetMainAnalyses(), &main);
+        EXPECT_EQ(proxy.GetOwnerFlag(), 1);
+        EXPECT_EQ(proxy.GetChange(), 0) << "a new analysis is unedited";
+        for (const auto& [other, accessor] : kAccessors)
+            EXPECT_EQ(accessor(proxy), other == kind ? proxy.GetAnalysisPtr() : nullptr)
+                << AnalysisNickname(other);
+
+        // Its record makes the same kind again, and an edit mark travels with copies.
+        Proxy read;
+        ASSERT_EQ(read.fromPropertyItem(proxy.toPropertyItem(), &main), 1);
+        EXPECT_EQ(read.GetType(), kind);
+        proxy.SetChange();
+        EXPECT_EQ(Proxy(proxy).GetChange(), 1);
+        for (const int invalid : {15, 19, -1}) {
+            proxy.SetType(static_cast<T>(invalid), &main);
+            EXPECT_EQ(proxy.GetType(), kind);
+        }
+    }
 }
 
 TEST(AnalysisProxy, ConsultsTheCollectionsMainAnalyses) {
