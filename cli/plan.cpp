@@ -102,10 +102,10 @@ int PlanAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
     if (!analysis)
         return status;
     if (const std::string refused = RefusedTolerance(*analysis); !refused.empty()) {
-        ReportError(err, CString::Formatted(GetResourceText(IDS_PLAN_ERR_NOT_ACCEPTABLE),
-                                            analysis->GetAnalysisReadableName().c_str(),
-                                            refused.c_str())
-                             .view());
+        ReportError(err,
+                    CString::Formatted(GetResourceText(IDS_PLAN_ERR_NOT_ACCEPTABLE),
+                                       analysis->GetAnalysisReadableName().c_str(), refused.c_str())
+                        .view());
         return ExitUsage;
     }
     if (!analysis->CanSimulate()) {

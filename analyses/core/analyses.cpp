@@ -15,63 +15,36 @@ bool HasSlot(T type) {
     return t >= 0 && t < Analyses::AnalysisTypeCount && type != T::Options;
 }
 
-// The analyses resetAll(type) resets, in this order. User is in no row, not even the full
-// one, and the User row resets the direct run: a user's own commands survive every reset.
+// The analyses resetAll(type) resets, row by row, each in its order. User is in no row, not
+// even the full one, and the User row resets the direct run: a user's own commands survive
+// every reset.
+constexpr T kAll[] = {T::Op,     T::Ac,     T::Tran,       T::Four,        T::Noise,   T::Disto,
+                      T::Psweep, T::Tsweep, T::Pz,         T::Tf,          T::DcSweep, T::Sens,
+                      T::Worst,  T::Monte,  T::TraceWidth, T::NoiseFigure, T::Run};
+constexpr T kOp[] = {T::Op}, kAc[] = {T::Ac}, kTran[] = {T::Tran}, kFour[] = {T::Four},
+            kNoise[] = {T::Ac, T::Noise}, kDisto[] = {T::Disto}, kDcSweep[] = {T::DcSweep},
+            kPsweep[] = {T::Psweep}, kTsweep[] = {T::Tsweep}, kPz[] = {T::Pz}, kTf[] = {T::Tf},
+            kSens[] = {T::Ac, T::Sens}, kWorst[] = {T::Op, T::Ac, T::Sens, T::Worst},
+            kMonte[] = {T::Op, T::Ac, T::Sens, T::Monte}, kUser[] = {T::Run},
+            kTraceWidth[] = {T::Tran, T::TraceWidth}, kNoiseFigure[] = {T::Ac, T::NoiseFigure};
+
+struct ResetRowEntry {
+    int type;
+    std::span<const T> kinds;
+};
+constexpr ResetRowEntry kResetRows[] = {
+    {-1, kAll},  {0, kOp},    {1, kAc},          {2, kTran},         {3, kFour},
+    {4, kNoise}, {5, kDisto}, {6, kDcSweep},     {7, kPsweep},       {8, kTsweep},
+    {9, kPz},    {10, kTf},   {11, kSens},       {12, kWorst},       {13, kMonte},
+    {14, kUser}, {16, kAll},  {17, kTraceWidth}, {18, kNoiseFigure},
+};
+
+// Options and every value without a row reset nothing.
 std::span<const T> ResetRow(T type) {
-    static constexpr T kAll[] = {T::Op,    T::Ac,         T::Tran,        T::Four,   T::Noise,
-                                 T::Disto, T::Psweep,     T::Tsweep,      T::Pz,     T::Tf,
-                                 T::DcSweep, T::Sens,     T::Worst,       T::Monte,  T::TraceWidth,
-                                 T::NoiseFigure, T::Run};
-    static constexpr T kOp[] = {T::Op}, kAc[] = {T::Ac}, kTran[] = {T::Tran}, kFour[] = {T::Four},
-                       kNoise[] = {T::Ac, T::Noise}, kDisto[] = {T::Disto},
-                       kDcSweep[] = {T::DcSweep}, kPsweep[] = {T::Psweep},
-                       kTsweep[] = {T::Tsweep}, kPz[] = {T::Pz}, kTf[] = {T::Tf},
-                       kSens[] = {T::Ac, T::Sens}, kWorst[] = {T::Op, T::Ac, T::Sens, T::Worst},
-                       kMonte[] = {T::Op, T::Ac, T::Sens, T::Monte}, kUser[] = {T::Run},
-                       kTraceWidth[] = {T::Tran, T::TraceWidth},
-                       kNoiseFigure[] = {T::Ac, T::NoiseFigure};
-    switch (static_cast<int>(type)) {
-    case -1:
-        return kAll;
-    case 0:
-        return kOp;
-    case 1:
-        return kAc;
-    case 2:
-        return kTran;
-    case 3:
-        return kFour;
-    case 4:
-        return kNoise;
-    case 5:
-        return kDisto;
-    case 6:
-        return kDcSweep;
-    case 7:
-        return kPsweep;
-    case 8:
-        return kTsweep;
-    case 9:
-        return kPz;
-    case 10:
-        return kTf;
-    case 11:
-        return kSens;
-    case 12:
-        return kWorst;
-    case 13:
-        return kMonte;
-    case 14:
-        return kUser;
-    case 16:
-        return kAll;
-    case 17:
-        return kTraceWidth;
-    case 18:
-        return kNoiseFigure;
-    default:
-        return {};
-    }
+    for (const ResetRowEntry& row : kResetRows)
+        if (row.type == static_cast<int>(type))
+            return row.kinds;
+    return {};
 }
 
 // What the typed copy holds of `type`: the analyses its reset row names, except that the

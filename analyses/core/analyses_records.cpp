@@ -13,17 +13,16 @@ constexpr const char* kRunListLabel = "ANALYSIS_LIST";
 constexpr const char* kSelectionLabel = "USE";
 constexpr const char* kIdentifierLabel = "CURRENT_ID";
 
-constexpr T kWriteOrder[] = {T::Op,     T::Ac,    T::Tran,  T::Four,    T::Noise, T::Disto,
-                             T::Psweep, T::Tsweep, T::Pz,   T::Tf,      T::DcSweep,
-                             T::Sens,   T::Worst, T::Monte, T::User,    T::Run,   T::TraceWidth,
-                             T::NoiseFigure};
+constexpr T kWriteOrder[] = {T::Op,     T::Ac,     T::Tran, T::Four, T::Noise,      T::Disto,
+                             T::Psweep, T::Tsweep, T::Pz,   T::Tf,   T::DcSweep,    T::Sens,
+                             T::Worst,  T::Monte,  T::User, T::Run,  T::TraceWidth, T::NoiseFigure};
 // A stored analysis is offered to the kinds in this order; the two sweeps come between the
 // two halves. Pz is asked twice, as sets have always been read: the second time never
 // takes anything the first refused.
 constexpr T kReadBeforeSweeps[] = {T::Op, T::Ac, T::Tran, T::Four, T::Noise, T::Disto};
-constexpr T kReadAfterSweeps[] = {T::Pz,    T::Tf,   T::DcSweep, T::Sens,        T::Worst,
-                                  T::Monte, T::User, T::Run,     T::NoiseFigure, T::TraceWidth,
-                                  T::Pz};
+constexpr T kReadAfterSweeps[] = {T::Pz,          T::Tf,         T::DcSweep, T::Sens,
+                                  T::Worst,       T::Monte,      T::User,    T::Run,
+                                  T::NoiseFigure, T::TraceWidth, T::Pz};
 
 bool IsLabelled(const CPropertyItem& item, const char* label, CPropertyItem::Type type) {
     return item.GetLabel() == label && item.GetTypeOfValue() == type;
@@ -60,8 +59,9 @@ bool TakeStoredAnalysis(Analyses& set, const CPropertyItem& field, int& sweepTog
 
 CPropertyItem Analyses::toPropertyItemRun() const {
     CPropertyList entries;
-    runList_->ForEach(
-        [&](const SelectableAnalysisProxy& entry) { entries.AddItem(entry.proxy.toPropertyItem()); });
+    runList_->ForEach([&](const SelectableAnalysisProxy& entry) {
+        entries.AddItem(entry.proxy.toPropertyItem());
+    });
     return CPropertyItem(kRunListLabel, entries);
 }
 

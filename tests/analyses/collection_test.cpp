@@ -76,11 +76,13 @@ TEST(AnalysesCollection, WritesTheRunSetThenEveryKindInItsFixedOrder) {
     Analyses set(nullptr);
     const CPropertyItem item = set.toPropertyItem();
     EXPECT_EQ(item.GetLabel(), "ANALYSES");
-    EXPECT_EQ(Labels(item.GetPropertyList()),
-              (std::vector<std::string>{"ANALYSIS_LIST", "USE", "CURRENT_ID", "OP", "AC", "TRAN",
-                                        "FOUR", "NOISE", "DISTO", "PSWEEP", "TSWEEP", "PZ", "TF",
-                                        "DC_SWEEP", "SENS", "WORST", "MONTE", "USER", "RUN",
-                                        "TRACEWIDTH", "NOISE_FIGURE"}));
+    EXPECT_EQ(
+        Labels(item.GetPropertyList()),
+        (std::vector<std::string>{"ANALYSIS_LIST", "USE",   "CURRENT_ID", "OP",       "AC",
+                                  "TRAN",          "FOUR",  "NOISE",      "DISTO",    "PSWEEP",
+                                  "TSWEEP",        "PZ",    "TF",         "DC_SWEEP", "SENS",
+                                  "WORST",         "MONTE", "USER",       "RUN",      "TRACEWIDTH",
+                                  "NOISE_FIGURE"}));
     EXPECT_EQ(item.GetField().str().substr(0, 65),
               "ANALYSES:list{ANALYSIS_LIST:list{} USE:int{-1} CURRENT_ID:int{1} ");
 
@@ -135,17 +137,13 @@ TEST(AnalysesCollection, ReaderPairsSweepsGoesOnPastBadFieldsAndResetsFirst) {
         std::string fields;
         int result;
     } cases[] = {
-        {p1 + " " + t, 1},
-        {p1 + " " + t + " " + p2 + " " + t, 1},
+        {p1 + " " + t, 1},           {p1 + " " + t + " " + p2 + " " + t, 1},
         {p1 + " " + p2, 0},          // the second PSWEEP is read but not taken
         {t + " " + p1, 0},           // a TSWEEP before any PSWEEP is not taken
         {p1 + " " + t + " " + t, 0}, // nor one right after another
-        {"FOO:list{}", 0},
-        {"ORVO_OPT:list{}", 0},
-        {"USE:string{2}", 0},
-        {"ANALYSIS_LIST:list{NOPE:list{}}", 0},
-        {"PostProc:list{}", 0},
-        {"", 1},
+        {"FOO:list{}", 0},           {"ORVO_OPT:list{}", 0},
+        {"USE:string{2}", 0},        {"ANALYSIS_LIST:list{NOPE:list{}}", 0},
+        {"PostProc:list{}", 0},      {"", 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.fields);
@@ -180,13 +178,27 @@ TEST(AnalysesCollection, ResetAllResetsTheRowOfEachTypeAndNeverTheUserAnalysis) 
         "OP AC TRAN FOUR NOISE DISTO DC_SWEEP PSWEEP TRACEWIDTH NOISE_FIGURE TSWEEP PZ TF SENS "
         "WORST MONTE RUN";
     const std::pair<int, std::string> rows[] = {
-        {-1, all},       {0, "OP"},         {1, "AC"},
-        {2, "TRAN"},     {3, "FOUR"},       {4, "AC NOISE"},
-        {5, "DISTO"},    {6, "DC_SWEEP"},   {7, "PSWEEP"},
-        {8, "TSWEEP"},   {9, "PZ"},         {10, "TF"},
-        {11, "AC SENS"}, {12, "OP AC SENS WORST"}, {13, "OP AC SENS MONTE"},
-        {14, "RUN"},     {15, ""},          {16, all},
-        {17, "TRAN TRACEWIDTH"}, {18, "AC NOISE_FIGURE"}, {19, ""},
+        {-1, all},
+        {0, "OP"},
+        {1, "AC"},
+        {2, "TRAN"},
+        {3, "FOUR"},
+        {4, "AC NOISE"},
+        {5, "DISTO"},
+        {6, "DC_SWEEP"},
+        {7, "PSWEEP"},
+        {8, "TSWEEP"},
+        {9, "PZ"},
+        {10, "TF"},
+        {11, "AC SENS"},
+        {12, "OP AC SENS WORST"},
+        {13, "OP AC SENS MONTE"},
+        {14, "RUN"},
+        {15, ""},
+        {16, all},
+        {17, "TRAN TRACEWIDTH"},
+        {18, "AC NOISE_FIGURE"},
+        {19, ""},
     };
     for (const auto& [type, expected] : rows) {
         SCOPED_TRACE(type);
@@ -326,8 +338,8 @@ TEST(AnalysesCollection, CopiesAreBoundToThemselvesAndTypedCopiesHoldWhatTheKind
         EXPECT_TRUE(typed.GetAnalysisList().IsEmpty());
         for (int t = 0; t < Analyses::AnalysisTypeCount; ++t) {
             const Analyses::Analysis* a = typed.GetAnalysis(static_cast<T>(t));
-            const bool wanted = std::find(row.held.begin(), row.held.end(), static_cast<T>(t)) !=
-                                row.held.end();
+            const bool wanted =
+                std::find(row.held.begin(), row.held.end(), static_cast<T>(t)) != row.held.end();
             ASSERT_EQ(a != nullptr, wanted) << t;
             if (a) {
                 EXPECT_EQ(a->toPropertyItem().GetField(),

@@ -4,6 +4,7 @@
 #include "analyses/compound/trace_width.h"
 #include "analyses/compound/wcmc_analysis.h"
 #include "analyses/core/analysis_proxy.h"
+#include "analyses/kinds.h"
 #include "analyses/single/ac.h"
 #include "analyses/single/dc_sweep.h"
 #include "analyses/single/disto.h"
@@ -16,7 +17,6 @@
 #include "analyses/single/tf.h"
 #include "analyses/single/tran.h"
 #include "analyses/single/user.h"
-#include "analyses/kinds.h"
 
 #include <gtest/gtest.h>
 
