@@ -1,4 +1,4 @@
-// Loading an analysis (or the post-processing set) from its nickname and an optional settings file.
+// Settings by nickname (an analysis, the post-processing pages or the whole set), from a file.
 #pragma once
 
 #include "analyses/core/analysis.h"

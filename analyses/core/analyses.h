@@ -119,9 +119,9 @@ public:
     class TraceWidth;
     class NoiseFigure;
 
-    /// The collection of one circuit: one new default analysis of every kind that has a
-    /// class, created through the kind table, bound to this collection and owned by it; the
-    /// two sweeps answer PSWEEP and TSWEEP. Selection -1, identifier 1, an empty run list and
+    /// The collection of one circuit: one new default analysis of every kind but Options,
+    /// created through the kind table, bound to this collection and owned by it; the two
+    /// sweeps answer PSWEEP and TSWEEP. Selection -1, identifier 1, an empty run list and
     /// 211 random streams taken from the seed sequence in order (set the master seed first to
     /// repeat them). `engine` is borrowed (may be null: the static do-nothing engine) and must
     /// outlive its use here.

@@ -31,12 +31,7 @@ inline Result Canal(const std::vector<std::string>& args) {
 /// A fresh folder named after the running test, removed with the object.
 class TempFolder {
 public:
-    TempFolder() {
-        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        dir_ = std::filesystem::temp_directory_path() /
-               (std::string("canal_") + info->name() + "_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(dir_);
-    }
+    TempFolder() { std::filesystem::create_directories(dir_); }
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
     ~TempFolder() { std::filesystem::remove_all(dir_); }
@@ -49,7 +44,10 @@ public:
     }
 
 private:
-    std::filesystem::path dir_;
+    std::filesystem::path dir_ =
+        std::filesystem::temp_directory_path() /
+        ("canal_" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) +
+         "_" + std::to_string(::getpid()));
 };
 
 } // namespace canal_test
