@@ -2,7 +2,10 @@
 // order, and the accessors by class.
 #include "analyses/core/analyses.h"
 
+#include "analyses/compound/noise_figure.h"
 #include "analyses/compound/psweep.h"
+#include "analyses/compound/trace_width.h"
+#include "analyses/compound/wcmc_analysis.h"
 #include "analyses/kinds.h"
 #include "analyses/single/ac.h"
 #include "analyses/single/dc_sweep.h"
@@ -40,7 +43,8 @@ const Analyses::OwnedKind Analyses::kOwnedKinds[AnalysisTypeCount - 1] = {
     {T::Run, &Analyses::run_},
 };
 
-Analyses::Analyses(CASimulationEngine* engine) : COrvo(COrvo::Collection), asimEng_(engine) {
+Analyses::Analyses(CASimulationEngine* engine) : Analyses() {
+    asimEng_ = engine;
     for (const OwnedKind& kind : kOwnedKinds) {
         const AnalysisKind* row = FindAnalysisKind(kind.type);
         std::unique_ptr<Analysis>& owner = this->*kind.field;
@@ -49,6 +53,7 @@ Analyses::Analyses(CASimulationEngine* engine) : COrvo(COrvo::Collection), asimE
     }
     GetPsweep().GetParameterSweep().SetNickName(AnalysisNickname(T::Psweep));
     GetTsweep().GetParameterSweep().SetNickName(AnalysisNickname(T::Tsweep));
+    resetAll(static_cast<AnalysisType>(-1));
 }
 
 // Each owner holds the class its kind-table row creates.
@@ -76,6 +81,12 @@ Analyses::DcSweep& Analyses::GetDcSweep() {
 Analyses::Psweep& Analyses::GetPsweep() {
     return static_cast<Psweep&>(*psweep_);
 }
+Analyses::TraceWidth& Analyses::GetTraceWidth() {
+    return static_cast<TraceWidth&>(*traceWidth_);
+}
+Analyses::NoiseFigure& Analyses::GetNoiseFigure() {
+    return static_cast<NoiseFigure&>(*noiseFigure_);
+}
 Analyses::Tsweep& Analyses::GetTsweep() {
     return static_cast<Tsweep&>(*tsweep_);
 }
@@ -87,6 +98,12 @@ Analyses::Tf& Analyses::GetTf() {
 }
 Analyses::Sens& Analyses::GetSens() {
     return static_cast<Sens&>(*sens_);
+}
+Analyses::Worst& Analyses::GetWorst() {
+    return static_cast<Worst&>(*worst_);
+}
+Analyses::Monte& Analyses::GetMonte() {
+    return static_cast<Monte&>(*monte_);
 }
 Analyses::User& Analyses::GetUser() {
     return static_cast<User&>(*user_);

@@ -2,6 +2,7 @@
 // script, describe, props.
 #include "cli/commands.h"
 
+#include "analyses/core/analysis_proxy.h"
 #include "cli/args.h"
 #include "cli/members.h"
 #include "cli/plan.h"
@@ -61,6 +62,14 @@ int PrintScript(const Invocation& call, std::ostream& out, std::ostream& err) {
     const std::optional<Settings> settings = LoadForPrinting("script", call, -1, mask, err, status);
     if (!settings)
         return status;
+    if (settings->set) {
+        // One line per entry of the run list that is selected, in run order.
+        settings->set->GetAnalysisList().ForEach([&](const SelectableAnalysisProxy& entry) {
+            if (entry.selected)
+                out << entry.proxy.toNutmegCommand(mask).str() << '\n';
+        });
+        return ExitOk;
+    }
     const CString script = settings->analysis ? settings->analysis->toNutmegCommand(mask)
                                               : settings->postProcess->toNutmegCommand();
     out << script.str() << '\n';
@@ -77,6 +86,14 @@ int PrintDescription(const Invocation& call, std::ostream& out, std::ostream& er
     CTreeCtrl tree;
     if (settings->analysis) {
         settings->analysis->toReadableText(tree, nullptr, mask, nullptr);
+    } else if (settings->set && !call.Value("--mask")) {
+        settings->set->toReadableText(tree, nullptr);
+    } else if (settings->set) {
+        // The set writes its entries with a fixed mask; a given one applies to each entry.
+        CTreeLog log("", "", &tree);
+        settings->set->GetAnalysisList().ForEach([&](const SelectableAnalysisProxy& entry) {
+            entry.proxy.toReadableText(log, nullptr, mask, nullptr);
+        });
     } else {
         CTreeLog log("", "", &tree);
         settings->postProcess->toReadableText(log, nullptr);

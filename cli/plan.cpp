@@ -72,22 +72,32 @@ std::vector<std::string> PlanLines(const Analyses::Analysis& analysis, int& resu
 }
 
 int PlanAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
-    // The seed comes first: every random stream built from here on starts from it.
+    // The seed sequence starts afresh before anything is built, from the given seed or the
+    // fixed default, so that the seed a result log names repeats the run exactly.
+    uint64_t seed = Random::kDefaultMasterSeed;
     if (const std::string* text = call.Value("--seed")) {
-        const std::optional<uint64_t> seed = ParseSeed(*text);
-        if (!seed) {
+        const std::optional<uint64_t> given = ParseSeed(*text);
+        if (!given) {
             ReportError(
                 err,
                 CString::Formatted(GetResourceText(IDS_PLAN_ERR_BAD_SEED), text->c_str()).view());
             return ExitUsage;
         }
-        Random::SetMasterSeed(*seed);
+        seed = *given;
     }
+    Random::SetMasterSeed(seed);
     int status = ExitUsage;
     const std::unique_ptr<Analyses::Analysis> analysis =
         LoadAnalysis(call.positionals[0], call.Value("--settings"), err, status);
     if (!analysis)
         return status;
+    if (const std::string refused = RefusedTolerance(*analysis); !refused.empty()) {
+        ReportError(err,
+                    CString::Formatted(GetResourceText(IDS_PLAN_ERR_NOT_ACCEPTABLE),
+                                       analysis->GetAnalysisReadableName().c_str(), refused.c_str())
+                        .view());
+        return ExitUsage;
+    }
     if (!analysis->CanSimulate()) {
         ReportError(err, CString::Formatted(GetResourceText(IDS_PLAN_ERR_CANNOT_SIMULATE),
                                             analysis->GetAnalysisReadableName().c_str(),

@@ -1,6 +1,7 @@
-// Loading an analysis (or the post-processing set) from its nickname and an optional settings file.
+// Settings by nickname (an analysis, the post-processing pages or the whole set), from a file.
 #include "cli/settings.h"
 
+#include "analyses/compound/wcmc_analysis.h"
 #include "analyses/core/analysis_factory.h"
 #include "cli/commands.h"
 #include "platform/resources.h"
@@ -88,12 +89,16 @@ std::optional<std::string> ReadFile(const std::string& path, std::string& error)
 CPropertyItem Settings::toPropertyItem() const {
     if (analysis)
         return analysis->toPropertyItem();
+    if (set)
+        return set->toPropertyItem();
     return CPropertyItem(PostProcess::s_GetAnalysisNickname(), postProcess->toPropertyList());
 }
 
 int Settings::fromPropertyItem(const CPropertyItem& item) {
     if (analysis)
         return analysis->fromPropertyItem(item);
+    if (set)
+        return set->fromPropertyItem(item, 0);
     // Same rule as the analyses' reader: a wrong label or value type applies nothing.
     if (item.GetLabel() != PostProcess::s_GetAnalysisNickname() ||
         item.GetTypeOfValue() != CPropertyItem::List) {
@@ -109,15 +114,25 @@ std::vector<std::string> KnownNicknames() {
         if (Analyses::NewAnalysisByNickname(name, nullptr))
             names.push_back(name.str());
     names.push_back(PostProcess::s_GetAnalysisNickname().str());
+    names.push_back(Analyses::s_GetPropertyLabel().str());
     return names;
 }
+
+namespace {
+
+bool IsSingleAnalysis(std::string_view name) {
+    return name != PostProcess::s_GetAnalysisNickname().view() &&
+           name != Analyses::s_GetPropertyLabel().view();
+}
+
+} // namespace
 
 // The known nicknames as lines of at most 79 columns, each indented by `indent` blanks.
 std::string NicknameBlock(size_t indent, bool withPostProc) {
     constexpr size_t width = 79;
     std::string block, line;
     for (const std::string& name : KnownNicknames()) {
-        if (!withPostProc && name == PostProcess::s_GetAnalysisNickname().view())
+        if (!withPostProc && !IsSingleAnalysis(name))
             continue;
         const std::string word = name + ",";
         if (!line.empty() && indent + line.size() + 1 + word.size() > width) {
@@ -145,6 +160,10 @@ std::optional<Settings> NewSettings(std::string_view nickname) {
     settings.nickname = std::string(nickname);
     if (nickname == PostProcess::s_GetAnalysisNickname().view()) {
         settings.postProcess = std::make_unique<PostProcess>();
+        return settings;
+    }
+    if (nickname == Analyses::s_GetPropertyLabel().view()) {
+        settings.set = std::make_unique<Analyses>(nullptr);
         return settings;
     }
     settings.analysis = Analyses::NewAnalysisByNickname(CString(nickname), nullptr);
@@ -275,10 +294,11 @@ std::optional<Settings> LoadSettings(const std::string& nickname, const std::str
 std::unique_ptr<Analyses::Analysis> LoadAnalysis(const std::string& nickname,
                                                  const std::string* settingsPath, std::ostream& err,
                                                  int& status) {
-    if (nickname == PostProcess::s_GetAnalysisNickname().view()) {
-        ReportError(
-            err, CString::Formatted(GetResourceText(IDS_CLI_ERR_NOT_AN_ANALYSIS), nickname.c_str())
-                     .view());
+    if (!IsSingleAnalysis(nickname)) {
+        const ResourceId why = nickname == Analyses::s_GetPropertyLabel().view()
+                                   ? IDS_CLI_ERR_SET_NOT_AN_ANALYSIS
+                                   : IDS_CLI_ERR_NOT_AN_ANALYSIS;
+        ReportError(err, CString::Formatted(GetResourceText(why), nickname.c_str()).view());
         status = ExitUsage;
         return nullptr;
     }
@@ -286,6 +306,24 @@ std::unique_ptr<Analyses::Analysis> LoadAnalysis(const std::string& nickname,
     if (!settings)
         return nullptr;
     return std::move(settings->analysis);
+}
+
+std::string RefusedTolerance(const Analyses::Analysis& analysis) {
+    const auto* wcmc = dynamic_cast<const WcMcAnalysis*>(&analysis);
+    if (!wcmc)
+        return {};
+    std::string refused;
+    unsigned number = 0;
+    wcmc->GetTolSpecList().ForEach([&](const WcMcTolSpec& tolerance) {
+        ++number;
+        const CString why = ValidateTolSpec(tolerance);
+        if (refused.empty() && !why.IsEmpty())
+            refused = CString::Formatted(GetResourceText(IDS_CLI_ERR_TOLERANCE), number,
+                                         tolerance.GetMemberName().c_str(),
+                                         tolerance.GetParameterName().c_str(), why.c_str())
+                          .str();
+    });
+    return refused;
 }
 
 void ReportError(std::ostream& err, std::string_view message) {

@@ -1,4 +1,4 @@
-// Loading an analysis (or the post-processing set) from its nickname and an optional settings file.
+// Settings by nickname (an analysis, the post-processing pages or the whole set), from a file.
 #pragma once
 
 #include "analyses/core/analysis.h"
@@ -15,26 +15,30 @@
 
 namespace cli {
 
-/// What a nickname names: an analysis, or the post-processing set ("PostProc").
-/// Exactly one of the two pointers is set.
+/// What a nickname names: an analysis, the post-processing set ("PostProc"), or the whole
+/// set of a circuit's analyses with its run list ("ANALYSES"). Exactly one of the three
+/// pointers is set.
 struct Settings {
     std::string nickname;
     std::unique_ptr<Analyses::Analysis> analysis;
     std::unique_ptr<PostProcess> postProcess;
+    std::unique_ptr<Analyses> set;
 
     /// The item a settings file holds for these settings.
     CPropertyItem toPropertyItem() const;
     /// Applies a stored item as the model's reader does; 0 when some field was not applied.
+    /// A set is read as stored, its run list not renumbered.
     int fromPropertyItem(const CPropertyItem& item);
 };
 
-/// The nicknames this build knows: the analyses, then "PostProc".
+/// The nicknames this build knows: the analyses, then "PostProc" and "ANALYSES".
 std::vector<std::string> KnownNicknames();
 /// The known nicknames joined by ", ", for messages and help.
 std::string KnownNicknamesText();
 
 /// The known nicknames wrapped at 79 columns, each line indented by `indent` blanks;
-/// post-processing only when `withPostProc` (it describes a run but cannot be run).
+/// post-processing and the whole set only when `withPostProc` (they describe runs but
+/// cannot be run themselves).
 std::string NicknameBlock(size_t indent, bool withPostProc);
 
 /// Default settings of `nickname` (exact, case-sensitive); nothing when unknown.
@@ -75,10 +79,16 @@ std::optional<CPropertyItem> FindSettingsItem(std::string_view text, const std::
 std::optional<Settings> LoadSettings(const std::string& nickname, const std::string* settingsPath,
                                      std::ostream& err, int& status);
 
-/// LoadSettings restricted to analyses: "PostProc" is refused like an unknown nickname.
+/// LoadSettings restricted to analyses: "PostProc" and "ANALYSES" are refused like an
+/// unknown nickname.
 std::unique_ptr<Analyses::Analysis> LoadAnalysis(const std::string& nickname,
                                                  const std::string* settingsPath, std::ostream& err,
                                                  int& status);
+
+/// The first tolerance of a worst-case or Monte Carlo analysis that ValidateTolSpec refuses,
+/// as "tolerance N (NAME PARAMETER): MESSAGE" with N counted from 1; "" when every tolerance
+/// passes and for other analyses. A simulation must not start with such a tolerance.
+std::string RefusedTolerance(const Analyses::Analysis& analysis);
 
 /// Writes "canal: " + `message` + newline to `err`.
 void ReportError(std::ostream& err, std::string_view message);

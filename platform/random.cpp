@@ -13,14 +13,11 @@ constexpr uint64_t kMatrixA = 0xB5026F5AA96619E9ULL;
 constexpr uint64_t kUpperMask = 0xFFFFFFFF80000000ULL;
 constexpr uint64_t kLowerMask = 0x7FFFFFFFULL;
 
-// Fixed default so that a run without an explicit seed still repeats.
-constexpr uint64_t kDefaultMasterSeed = 0x63616E616C2D6D63ULL;
-
 // Master seed and the number of seeds handed out since it was set; one mutex
 // keeps the pair consistent when streams are made on several threads.
 struct SeedSequence {
     std::mutex mutex;
-    uint64_t master = kDefaultMasterSeed;
+    uint64_t master = Random::kDefaultMasterSeed;
     uint64_t issued = 0;
     uint64_t generation = 0;
 };

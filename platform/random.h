@@ -18,6 +18,10 @@ public:
     /// Raw 64-bit output of the generator.
     uint64_t Next();
 
+    /// The master seed a process starts with, so that runs without a seed of their own
+    /// still repeat.
+    static constexpr uint64_t kDefaultMasterSeed = 0x63616E616C2D6D63ULL;
+
     /// Restarts the process-wide seed sequence; streams created afterwards
     /// repeat exactly for the same master seed.
     static void SetMasterSeed(uint64_t seed);

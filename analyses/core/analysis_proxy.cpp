@@ -13,7 +13,7 @@ Analyses::AnalysisProxy::AnalysisProxy(Analyses::Analysis* a, int own)
 Analyses::AnalysisProxy::AnalysisProxy(const AnalysisProxy& other)
     : COrvo(COrvo::Proxy),
       analysis_(other.owner_ && other.analysis_ ? other.analysis_->Clone() : other.analysis_),
-      owner_(other.owner_), tstep_(other.tstep_) {
+      owner_(other.owner_), tstep_(other.tstep_), changed_(other.changed_) {
 }
 
 Analyses::AnalysisProxy::AnalysisProxy(const AnalysisProxy& other, Instance*&)
@@ -26,6 +26,7 @@ Analyses::AnalysisProxy& Analyses::AnalysisProxy::operator=(const AnalysisProxy&
     SetAnalysisProxy(other.owner_ && other.analysis_ ? other.analysis_->Clone() : other.analysis_,
                      other.owner_);
     tstep_ = other.tstep_;
+    changed_ = other.changed_;
     return *this;
 }
 
@@ -58,6 +59,7 @@ void Analyses::AnalysisProxy::SetAnalysisProxy(Analyses::Analysis* a, int own) {
         delete analysis_;
     analysis_ = a;
     owner_ = own;
+    changed_ = 0;
 }
 
 void Analyses::AnalysisProxy::SetType(AnalysisType type, Analyses* main) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "analyses/core/analysis.h"
+#include "platform/lists.h"
 
 class Analyses::AnalysisProxy : public COrvo {
 public:
@@ -125,6 +126,12 @@ public:
     /// kinds, and proxies without a sweep, are left alone.
     void SetAnalysisNickname(AnalysisType type);
 
+    /// Marks the held analysis as edited since it was read or created, for the settings
+    /// pages and hosts that save a set only when something changed. SetType,
+    /// SetAnalysisProxy and fromPropertyItem clear the mark; copies keep it.
+    void SetChange() { changed_ = 1; }
+    int GetChange() const { return changed_; }
+
     /// Creates the analysis whose nickname is the item's label, bound to `main`,
     /// and lets it read the item. 0 when `main` is null, the value is not a
     /// list, the label names no known kind, or the analysis' reader fails.
@@ -134,4 +141,20 @@ private:
     Analyses::Analysis* analysis_ = nullptr;
     int owner_ = 0;
     double tstep_ = 1e-05;
+    int changed_ = 0;
+};
+
+/// A run-list entry: an analysis put up to run, and whether the user selected it.
+struct SelectableAnalysisProxy {
+    int selected = 1;
+    Analyses::AnalysisProxy proxy;
+};
+
+/// The collection's run list: a locked list of entries, each owning its proxy.
+class SelectableAnalysisProxyList : public CopiableSList<SelectableAnalysisProxy> {
+public:
+    /// Appends a copy of `proxy` (an owning proxy's analysis is copied too).
+    SelectableAnalysisProxy& AddProxy(const Analyses::AnalysisProxy& proxy, int selected = 1) {
+        return Add(SelectableAnalysisProxy{selected, proxy});
+    }
 };

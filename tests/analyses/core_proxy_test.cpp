@@ -1,10 +1,22 @@
 // Proxies and the collection's per-kind table.
+#include "analyses/compound/noise_figure.h"
+#include "analyses/compound/psweep.h"
+#include "analyses/compound/trace_width.h"
+#include "analyses/compound/wcmc_analysis.h"
 #include "analyses/core/analysis_proxy.h"
+#include "analyses/kinds.h"
 #include "analyses/single/ac.h"
+#include "analyses/single/dc_sweep.h"
+#include "analyses/single/disto.h"
+#include "analyses/single/four.h"
 #include "analyses/single/noise.h"
 #include "analyses/single/op.h"
 #include "analyses/single/pz.h"
+#include "analyses/single/run.h"
+#include "analyses/single/sens.h"
+#include "analyses/single/tf.h"
 #include "analyses/single/tran.h"
+#include "analyses/single/user.h"
 
 #include <gtest/gtest.h>
 
@@ -67,31 +79,49 @@ TEST(AnalysisProxy, EmptyProxyIsHarmless) {
     EXPECT_EQ(Proxy(nullptr, 1).GetAnalysisPtr(), nullptr);
 }
 
-TEST(AnalysisProxy, TypeAndTypedAccess) {
+// Every typed accessor, by the kind it answers for.
+// clang-format off
+#define ACCESSOR(kind, getter) \
+    {T::kind, [](const Proxy& p) -> const Analyses::Analysis* { return p.getter(); }}
+const std::pair<T, const Analyses::Analysis* (*)(const Proxy&)> kAccessors[] = {
+    ACCESSOR(Op, GetOpPtr),         ACCESSOR(Ac, GetAcPtr),       ACCESSOR(Tran, GetTranPtr),
+    ACCESSOR(Four, GetFourPtr),     ACCESSOR(Noise, GetNoisePtr), ACCESSOR(Disto, GetDistoPtr),
+    ACCESSOR(DcSweep, GetDcSweepPtr), ACCESSOR(Psweep, GetPsweepPtr),
+    ACCESSOR(Tsweep, GetTsweepPtr), ACCESSOR(Pz, GetPzPtr),       ACCESSOR(Tf, GetTfPtr),
+    ACCESSOR(Sens, GetSensPtr),     ACCESSOR(Worst, GetWorstPtr), ACCESSOR(Monte, GetMontePtr),
+    ACCESSOR(User, GetUserPtr),     ACCESSOR(Run, GetRunPtr),
+    ACCESSOR(TraceWidth, GetTraceWidthPtr), ACCESSOR(NoiseFigure, GetNoiseFigurePtr),
+};
+#undef ACCESSOR
+// clang-format on
+
+TEST(AnalysisProxy, SetTypeMakesEveryKindAndOnlyItsAccessorAnswers) {
     TestAnalyses main;
-    Proxy proxy;
-    proxy.SetType(T::Op, &main);
-    ASSERT_NE(proxy.GetOpPtr(), nullptr);
-    EXPECT_EQ(proxy.GetPzPtr(), nullptr);
-    EXPECT_EQ(proxy.GetMainAnalyses(), &main);
-    EXPECT_EQ(proxy.GetAnalysisNickname(), "OP");
-    const Analyses::Analysis* before = proxy.GetAnalysisPtr();
-    proxy.SetType(T::Options, &main);
-    EXPECT_EQ(proxy.GetAnalysisPtr(), before);
-    proxy.SetType(T::Pz, &main);
-    EXPECT_NE(proxy.GetPzPtr(), nullptr);
-    EXPECT_EQ(proxy.GetOpPtr(), nullptr);
-    EXPECT_EQ(proxy.GetOwnerFlag(), 1);
-
-    proxy.SetAnalysisIdentifier(3);
-    EXPECT_EQ(proxy.GetPlotTitle(), "Pole Zero");
-    EXPECT_EQ(&proxy.GetAnalysisOptions(), &proxy.GetAnalysisPtr()->GetAnalysisOptions(1));
-
-    // Kinds, not the class tree, decide: a noise analysis is no AC analysis.
-    proxy.SetType(T::Noise, &main);
-    EXPECT_NE(proxy.GetNoisePtr(), nullptr);
-    EXPECT_EQ(proxy.GetAcPtr(), nullptr);
-    EXPECT_EQ(proxy.GetDistoPtr(), nullptr);
+    for (const auto& row : kAccessors) {
+        const T kind = row.first;
+        SCOPED_TRACE(AnalysisNickname(kind));
+        Proxy proxy;
+        proxy.SetChange();
+        proxy.SetType(kind, &main);
+        EXPECT_EQ(proxy.GetType(), kind);
+        EXPECT_EQ(proxy.GetMainAnalyses(), &main);
+        EXPECT_EQ(proxy.GetChange(), 0) << "a new analysis is unedited";
+        for (const auto& [other, accessor] : kAccessors)
+            EXPECT_EQ(accessor(proxy), other == kind ? proxy.GetAnalysisPtr() : nullptr)
+                << AnalysisNickname(other);
+        // Its record makes the same kind again; an edit mark travels with copies.
+        Proxy read;
+        ASSERT_EQ(read.fromPropertyItem(proxy.toPropertyItem(), &main), 1);
+        EXPECT_EQ(read.GetType(), kind);
+        proxy.SetChange();
+        EXPECT_EQ(Proxy(proxy).GetChange(), 1);
+        for (const int invalid : {15, 19})
+            proxy.SetType(static_cast<T>(invalid), &main);
+        EXPECT_EQ(proxy.GetType(), kind);
+        proxy.SetAnalysisIdentifier(3);
+        EXPECT_EQ(proxy.GetPlotTitle(), proxy.GetAnalysisReadableName());
+        EXPECT_EQ(&proxy.GetAnalysisOptions(), &proxy.GetAnalysisPtr()->GetAnalysisOptions(1));
+    }
 }
 
 TEST(AnalysisProxy, ConsultsTheCollectionsMainAnalyses) {

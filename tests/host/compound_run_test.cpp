@@ -315,7 +315,7 @@ TEST_F(CompoundRunTest, AFailedRunKeepsTheRunsBeforeItAndIsLoggedWithItsRun) {
 
     // A Monte Carlo analysis goes on after a failed run: a negative emission coefficient fails.
     const fs::path mc = Write(
-        "m.prop", WcMc("MONTE", "NumRuns:int{20}", Tolerance("dmod", 4, 1, "n", 0, 0), "v(a)"));
+        "m.prop", WcMc("MONTE", "NumRuns:int{40}", Tolerance("dmod", 4, 1, "n", 0, 0), "v(a)"));
     const fs::path mcOut = dir_ / "mc";
     ASSERT_EQ(Run({circuit.string(), "MONTE", "--settings", mc.string(), "--seed", "3", "--out",
                    mcOut.string()}),
