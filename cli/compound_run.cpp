@@ -305,19 +305,23 @@ int CheckCompoundAnalysis(host::NgSpiceEngine& engine, const Analyses::Analysis&
         return ExitFailure;
 
     int status = ExitOk;
+    unsigned number = 0;
     if (const WcMcAnalysis* wcmc = AsWcMc(analysis))
         wcmc->GetTolSpecList().ForEach([&](const WcMcTolSpec& spec) {
-            // A copy: the nominal value the check reads from the circuit stays out of the settings.
-            // The settings were read before the circuit was loaded: find the element now.
+            ++number;
+            // A copy, found again in the circuit now loaded (the settings were read before
+            // it), so that a percentage is checked against the circuit's own nominal value.
             WcMcTolSpec tolerance = spec;
             tolerance.GetMemberToSweep().ReconstructIter();
             tolerance.TakeNominalFromCircuit();
             const CString refusal = ValidateTolSpec(tolerance);
             if (refusal.IsEmpty())
                 return;
-            ReportError(err, Formatted(IDS_RUN_ERR_TOLERANCE, nickname.c_str(),
-                                       tolerance.GetMemberName().c_str(),
-                                       tolerance.GetParameterName().c_str(), refusal.c_str()));
+            const CString which = CString::Formatted(
+                GetResourceText(IDS_CLI_ERR_TOLERANCE), number, tolerance.GetMemberName().c_str(),
+                tolerance.GetParameterName().c_str(), refusal.c_str());
+            ReportError(err, Formatted(IDS_RUN_ERR_CANNOT_ACCEPT,
+                                       analysis.GetAnalysisReadableName().c_str(), which.c_str()));
             status = ExitUsage;
         });
     return status;

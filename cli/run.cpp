@@ -1,6 +1,7 @@
 // `canal run`: simulate a circuit with one analysis and write the results.
 #include "cli/run.h"
 
+#include "analyses/core/analysis_proxy.h"
 #include "cli/commands.h"
 #include "cli/compound_run.h"
 #include "cli/settings.h"
@@ -56,7 +57,7 @@ bool CircuitRun::Load(const std::string& circuit, std::string& error) {
     return engine_->LoadCircuitFile(circuit, error);
 }
 
-report::Section CircuitRun::Simulate(const Analyses::Analysis& analysis) {
+report::Section CircuitRun::Simulate(const Analyses::Analysis& analysis, Analyses* collection) {
     report::Section section = BaseSection(analysis);
     const bool compound = IsCompoundAnalysis(analysis);
     host::RunOptions options;
@@ -70,7 +71,10 @@ report::Section CircuitRun::Simulate(const Analyses::Analysis& analysis) {
         engine_->SetStatusBarAnalysisText(analysis.GetAnalysisNickname());
         engine_->StartUpdateStatusBarAnalysisData();
     }
-    host::RunResult result = engine_->Run(section.script, analyses_.get(), options);
+    host::RunResult result =
+        engine_->Run(section.script, collection ? collection : analyses_.get(), options);
+    if (collection)
+        collection->SetAsimEng(nullptr); // the set outlives this run's engine
     if (compound)
         engine_->EndUpdateStatusBarAnalysisData();
     status_.Clear();
@@ -164,6 +168,135 @@ bool WriteAndSummarize(const report::Report& report, const std::string& dir, std
     return written.ok();
 }
 
+namespace {
+
+// Whether the analysis can run as set: CanAccept, then CanSimulate (a compound analysis's own
+// test); the reason on `err`, named by `title`.
+bool CheckRunnable(Analyses::Analysis& analysis, const std::string& title, bool saveGiven,
+                   std::ostream& err) {
+    if (!analysis.CanAccept()) {
+        ReportError(err,
+                    CString::Formatted(GetResourceText(IDS_RUN_ERR_CANNOT_ACCEPT), title.c_str(),
+                                       analysis.ExplainWhyCannotAccept().c_str())
+                        .view());
+        return false;
+    }
+    const std::string cannot = IsCompoundAnalysis(analysis) ? CompoundCannotSimulate(analysis)
+                               : analysis.CanSimulate()     ? std::string()
+                                                        : analysis.ExplainWhyCannotSimulate().str();
+    if (cannot.empty())
+        return true;
+    ReportError(err, CString::Formatted(GetResourceText(IDS_RUN_ERR_CANNOT_SIMULATE), title.c_str(),
+                                        cannot.c_str())
+                         .view());
+    if (!saveGiven && analysis.GetType() != Analyses::AnalysisType::NoiseFigure)
+        ReportError(err, GetResourceText(IDS_RUN_HINT_SAVE));
+    return false;
+}
+
+// Reports the failure of one simulated section on `err`.
+void ReportSection(const report::Section& section, bool interrupted, std::ostream& err) {
+    if (interrupted)
+        ReportError(
+            err,
+            CString::Formatted(GetResourceText(IDS_RUN_STOPPED), section.title.c_str()).view());
+    else if (!section.ok)
+        ReportError(err, CString::Formatted(GetResourceText(IDS_RUN_ERR_FAILED),
+                                            section.title.c_str(), section.error.c_str())
+                             .view());
+}
+
+// Loads the circuit; when ngspice rejects it, writes a report of `analyses` that says so.
+bool LoadOrReport(CircuitRun& run, const std::string& circuit,
+                  const std::vector<const Analyses::Analysis*>& analyses, report::Report& result,
+                  const std::string& dir, std::ostream& out, std::ostream& err) {
+    std::string loadError;
+    if (run.Load(circuit, loadError))
+        return true;
+    ReportError(err, CString::Formatted(GetResourceText(IDS_RUN_ERR_LOAD), circuit.c_str(),
+                                        loadError.c_str())
+                         .view());
+    for (const Analyses::Analysis* analysis : analyses)
+        result.sections.push_back(FailedSection(*analysis, loadError));
+    WriteAndSummarize(result, dir, out, err);
+    return false;
+}
+
+// `canal run CIRCUIT ANALYSES --settings FILE`: every selected entry of the stored run list,
+// in order, one section each. Every entry is checked before the first is simulated.
+int RunAnalysisSet(const Invocation& call, const std::string& dir, std::ostream& out,
+                   std::ostream& err) {
+    const std::string& circuit = call.positionals[0];
+    const std::string* settingsPath = call.Value("--settings");
+    if (!settingsPath) {
+        ReportError(err, GetResourceText(IDS_RUN_ERR_SET_NO_SETTINGS));
+        return ExitUsage;
+    }
+    if (call.Value("--save")) {
+        ReportError(err, GetResourceText(IDS_RUN_ERR_SET_SAVE));
+        return ExitUsage;
+    }
+    int status = ExitUsage;
+    const std::optional<Settings> settings =
+        LoadSettings(call.positionals[1], settingsPath, err, status);
+    if (!settings)
+        return status;
+    Analyses& set = *settings->set;
+
+    std::vector<Analyses::Analysis*> entries;
+    set.GetAnalysisList().ForEach([&](SelectableAnalysisProxy& entry) {
+        if (entry.selected && !entry.proxy.IsEmpty())
+            entries.push_back(entry.proxy.GetAnalysisPtr());
+    });
+    if (entries.empty()) {
+        ReportError(
+            err, CString::Formatted(GetResourceText(IDS_RUN_ERR_SET_EMPTY), settingsPath->c_str())
+                     .view());
+        return ExitUsage;
+    }
+    const auto title = [&](size_t n) {
+        return CString::Formatted(GetResourceText(IDS_RUN_SET_ENTRY), static_cast<unsigned>(n + 1),
+                                  entries[n]->GetAnalysisReadableName().c_str())
+            .str();
+    };
+    bool runnable = true;
+    for (size_t n = 0; n < entries.size(); ++n)
+        runnable = CheckRunnable(*entries[n], title(n), false, err) && runnable;
+    if (!runnable)
+        return ExitFailure;
+
+    report::Report result;
+    result.title = std::filesystem::path(circuit).filename().string() + " - " +
+                   Analyses::s_GetPropertyLabel().str();
+    result.circuit = circuit;
+    std::error_code ec;
+    std::filesystem::create_directories(dir, ec);
+    CircuitRun run(err, dir);
+    if (!LoadOrReport(run, circuit, {entries.begin(), entries.end()}, result, dir, out, err))
+        return ExitFailure;
+    status = ExitOk;
+    for (Analyses::Analysis* entry : entries)
+        if (IsCompoundAnalysis(*entry))
+            status = std::max(status, CheckCompoundAnalysis(run.Engine(), *entry, circuit, err));
+    if (status != ExitOk)
+        return status;
+
+    bool ok = true;
+    for (Analyses::Analysis* entry : entries) {
+        if (run.Interrupted())
+            break;
+        result.sections.push_back(run.Simulate(*entry, &set));
+        ReportSection(result.sections.back(), run.Interrupted(), err);
+        ok = ok && result.sections.back().ok;
+    }
+    const bool written = WriteAndSummarize(result, dir, out, err);
+    if (run.Interrupted())
+        return ExitInterrupted;
+    return ok && written ? ExitOk : ExitFailure;
+}
+
+} // namespace
+
 int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
     const std::string& circuit = call.positionals[0];
     const std::string& nickname = call.positionals[1];
@@ -176,17 +309,22 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
                      .view());
         return ExitUsage;
     }
-    // The seed comes before the settings: every random stream built from here on starts from it.
+    // The seed sequence starts afresh before anything is built, from the given seed or the
+    // fixed default, so that the seed a result names repeats the run exactly.
+    uint64_t seed = Random::kDefaultMasterSeed;
     if (const std::string* text = call.Value("--seed")) {
-        const std::optional<uint64_t> seed = ParseSeed(*text);
-        if (!seed) {
+        const std::optional<uint64_t> given = ParseSeed(*text);
+        if (!given) {
             ReportError(
                 err,
                 CString::Formatted(GetResourceText(IDS_RUN_ERR_BAD_SEED), text->c_str()).view());
             return ExitUsage;
         }
-        Random::SetMasterSeed(*seed);
+        seed = *given;
     }
+    Random::SetMasterSeed(seed);
+    if (nickname == Analyses::s_GetPropertyLabel().view())
+        return RunAnalysisSet(call, dir, out, err);
 
     int status = ExitUsage;
     std::unique_ptr<Analyses::Analysis> analysis =
@@ -200,27 +338,9 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
         else if (!ApplyCompoundSave(*analysis, *save, err))
             return ExitUsage;
     }
-
     const std::string title = analysis->GetAnalysisReadableName().str();
-    if (!analysis->CanAccept()) {
-        ReportError(err,
-                    CString::Formatted(GetResourceText(IDS_RUN_ERR_CANNOT_ACCEPT), title.c_str(),
-                                       analysis->ExplainWhyCannotAccept().c_str())
-                        .view());
+    if (!CheckRunnable(*analysis, title, call.Value("--save") != nullptr, err))
         return ExitFailure;
-    }
-    const std::string cannot = compound ? CompoundCannotSimulate(*analysis)
-                               : analysis->CanSimulate()
-                                   ? std::string()
-                                   : analysis->ExplainWhyCannotSimulate().str();
-    if (!cannot.empty()) {
-        ReportError(err, CString::Formatted(GetResourceText(IDS_RUN_ERR_CANNOT_SIMULATE),
-                                            title.c_str(), cannot.c_str())
-                             .view());
-        if (!call.Value("--save") && analysis->GetType() != Analyses::AnalysisType::NoiseFigure)
-            ReportError(err, GetResourceText(IDS_RUN_HINT_SAVE));
-        return ExitFailure;
-    }
 
     report::Report result;
     result.title = std::filesystem::path(circuit).filename().string() + " - " + title;
@@ -229,15 +349,8 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
     std::error_code ec;
     std::filesystem::create_directories(dir, ec);
     CircuitRun run(err, dir);
-    std::string loadError;
-    if (!run.Load(circuit, loadError)) {
-        ReportError(err, CString::Formatted(GetResourceText(IDS_RUN_ERR_LOAD), circuit.c_str(),
-                                            loadError.c_str())
-                             .view());
-        result.sections.push_back(FailedSection(*analysis, loadError));
-        WriteAndSummarize(result, dir, out, err);
+    if (!LoadOrReport(run, circuit, {analysis.get()}, result, dir, out, err))
         return ExitFailure;
-    }
     if (compound) {
         // Nothing is simulated for settings that do not fit the circuit.
         status = CheckCompoundAnalysis(run.Engine(), *analysis, circuit, err);
@@ -247,13 +360,7 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
 
     result.sections.push_back(run.Simulate(*analysis));
     const report::Section& section = result.sections.back();
-    if (run.Interrupted())
-        ReportError(err,
-                    CString::Formatted(GetResourceText(IDS_RUN_STOPPED), title.c_str()).view());
-    else if (!section.ok)
-        ReportError(err, CString::Formatted(GetResourceText(IDS_RUN_ERR_FAILED), title.c_str(),
-                                            section.error.c_str())
-                             .view());
+    ReportSection(section, run.Interrupted(), err);
     const bool written = WriteAndSummarize(result, dir, out, err);
     if (run.Interrupted())
         return ExitInterrupted;

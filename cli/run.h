@@ -30,10 +30,11 @@ public:
     host::NgSpiceEngine& Engine() { return *engine_; }
 
     /// Runs the analysis's whole script and returns its section: readable settings, script,
-    /// pages, logs, and the failure when there was one. A compound analysis's section holds its
-    /// result pages, result files and summary; a stop request makes the section failed with
-    /// what was computed kept.
-    report::Section Simulate(const Analyses::Analysis& analysis);
+    /// pages, logs, and the failure when there was one. A compound analysis runs on
+    /// `collection` (borrowed, may be null: a collection of defaults), whose main analyses it
+    /// may take settings from; its section holds its result pages, result files and summary.
+    /// A stop request makes the section failed with what was computed kept.
+    report::Section Simulate(const Analyses::Analysis& analysis, Analyses* collection = nullptr);
     /// Whether Ctrl-C was pressed since this run began.
     bool Interrupted() const { return interrupt_.Interrupted(); }
 

@@ -54,8 +54,16 @@ std::string Slug(const std::string& text) {
 std::string SectionPrefix(const Report& report, size_t section) {
     if (report.sections.size() < 2 || section >= report.sections.size())
         return "";
-    const Section& s = report.sections[section];
-    return Slug(s.nickname.empty() ? "section" + std::to_string(section + 1) : s.nickname) + "-";
+    const auto stem = [&](size_t n) {
+        const Section& s = report.sections[n];
+        return Slug(s.nickname.empty() ? "section" + std::to_string(n + 1) : s.nickname);
+    };
+    // A run list may hold one kind twice: the second "tran" section writes "tran-2-...".
+    const std::string own = stem(section);
+    size_t before = 0;
+    for (size_t n = 0; n < section; ++n)
+        before += stem(n) == own ? 1 : 0;
+    return before == 0 ? own + "-" : own + "-" + std::to_string(before + 1) + "-";
 }
 
 std::string PageStem(const Report& report, size_t section, size_t page) {

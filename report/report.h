@@ -39,7 +39,8 @@ struct Report {
 /// File name stem of a page: an optional section prefix ("ac-"), the 1-based
 /// page number in two digits and a slug of the page title: "ac-01-ac-analysis".
 std::string PageStem(const Report& report, size_t section, size_t page);
-/// Prefix of a section's files: "" for a single section, else "nickname-".
+/// Prefix of a section's files: "" for a single section, else "nickname-", and for the n-th
+/// section of one nickname (n from 2) "nickname-n-".
 std::string SectionPrefix(const Report& report, size_t section);
 /// Lower-case letters and digits joined by single '-'; "page" when nothing is left.
 std::string Slug(const std::string& text);

@@ -248,8 +248,8 @@ TEST_F(CompoundRunTest, SettingsTheCircuitCannotTakeAreRefusedByNameBeforeAnySim
          WcMc("MONTE", mc, Tolerance("r1", 100)),
          {},
          cli::ExitUsage,
-         "the tolerance on r1 resistance is refused: Error: Tolerance must be less than or equal "
-         "to 100%."},
+         "run: the settings of Monte Carlo are not acceptable: tolerance 1 (r1 resistance): Error: "
+         "Tolerance must be less than or equal to 100%."},
         {"WORST",
          WcMc("WORST", "", Tolerance("r1", -1)),
          {},
@@ -334,6 +334,41 @@ TEST_F(CompoundRunTest, AFailedRunKeepsTheRunsBeforeItAndIsLoggedWithItsRun) {
         EXPECT_EQ(results.find(line) != std::string::npos, fails) << line;
     }
     EXPECT_GT(failed, 0u);
+}
+
+TEST_F(CompoundRunTest, ARunListRunsItsEntriesInOrderAfterCheckingThemAll) {
+    const std::string op = "OP:list{" + Saved("v(out)") + "}";
+    const std::string sweep = "PSWEEP:list{" + Saved("v(out)") +
+                              "ANALYSIS:list{DeviceSweep:list{Variation:int{3} List:array{3000}} "
+                              "SweepType:int{0} AnalysisType:int{0} InstToSweep:list{"
+                              "name:string{r2} isinst:int{1}} InstParamToSweep:list{"
+                              "name:string{r}}}}";
+    const fs::path circuit = Write("d.cir", kDivider);
+    const fs::path set =
+        Write("set.prop", "ANALYSES:list{ANALYSIS_LIST:list{" + op + sweep + op + "}}");
+    const fs::path out = dir_ / "out";
+    ASSERT_EQ(
+        Run({circuit.string(), "ANALYSES", "--settings", set.string(), "--out", out.string()}),
+        cli::ExitOk);
+    // One section each, the second of a kind under its own prefix.
+    EXPECT_REL(ReadCsv(out / "op-01-operating-point.csv").rows.at(0).at(1), 2.5, 1e-6);
+    EXPECT_REL(ReadCsv(out / "psweep-01-parameter-sweep.csv").rows.at(0).at(1), 3.75, 1e-6);
+    EXPECT_TRUE(fs::exists(out / "op-2-01-operating-point.csv"));
+    const std::string html = ReadAll(out / "report.html");
+    EXPECT_LT(html.find("<h2>DC operating point"), html.find("<h2>Parameter Sweep"));
+
+    // One entry that does not fit stops the whole list before anything runs.
+    const std::string bad = "MONTE:list{ANALYSIS:list{OutputVariable:string{v(out)} "
+                            "TolSpecList:list{" +
+                            Tolerance("r9", 5) + "}}}";
+    const fs::path refused = dir_ / "refused";
+    EXPECT_EQ(
+        Run({circuit.string(), "ANALYSES", "--settings",
+             Write("bad.prop", "ANALYSES:list{ANALYSIS_LIST:list{" + op + bad + "}}").string(),
+             "--out", refused.string()}),
+        cli::ExitFailure);
+    EXPECT_NE(err_.str().find("no instance 'r9' in the circuit"), std::string::npos);
+    EXPECT_FALSE(fs::exists(refused / "report.html"));
 }
 
 // Runs the tool as a process, as a shell would, and presses Ctrl-C once it is under way.
