@@ -8,22 +8,23 @@
 //   cli.def 6000-6999, engine.def 7000-7999.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 
 enum ResourceId : unsigned {
 #define CANAL_RES(name, id, text) name = id,
-#include "platform/strings/platform.def"
+#include "platform/strings/cli.def"
+#include "platform/strings/compound.def"
 #include "platform/strings/core.def"
+#include "platform/strings/engine.def"
+#include "platform/strings/host.def"
+#include "platform/strings/platform.def"
 #include "platform/strings/single_basic.def"
 #include "platform/strings/single_more.def"
-#include "platform/strings/compound.def"
-#include "platform/strings/host.def"
-#include "platform/strings/cli.def"
-#include "platform/strings/engine.def"
 #undef CANAL_RES
 };
 
 /// The text of `id`; "" for an unknown identifier.
-CString GetResourceString(unsigned id);
+CANAL_EXPORT CString GetResourceString(unsigned id);
 /// The same text without a copy; never null.
-const char* GetResourceText(unsigned id);
+CANAL_EXPORT const char* GetResourceText(unsigned id);

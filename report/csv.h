@@ -1,6 +1,7 @@
 // CSV form of a result page: the x column, then one column per trace.
 #pragma once
 
+#include "canal/export.h"
 #include "report/page.h"
 
 #include <string>
@@ -10,7 +11,7 @@ namespace report {
 
 /// Quotes a field when it holds a comma, a double quote, a line break or
 /// leading/trailing blanks; inner quotes are doubled.
-std::string CsvField(std::string_view text);
+CANAL_EXPORT std::string CsvField(std::string_view text);
 
 /// The whole page as CSV text with "\n" line ends. Pages with x values: a header
 /// row (x name, then the traces), one row per x value; complex traces give two
@@ -19,6 +20,6 @@ std::string CsvField(std::string_view text);
 /// rows, with an "imaginary" column when some trace is complex. Traces with x values of
 /// their own share one x column, the union of all x values, and leave a cell empty where they
 /// have no point. Numbers carry 17 significant digits; missing values are empty cells.
-std::string ToCsv(const Page& page);
+CANAL_EXPORT std::string ToCsv(const Page& page);
 
 } // namespace report

@@ -3,6 +3,7 @@
 // optional charts (tables such as Fourier results) and a text log.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/chartlog.h"
 #include "platform/cstring.h"
 
@@ -14,7 +15,7 @@ namespace report {
 /// One named series of y values over the page's x values, or over its own (the runs of a
 /// compound analysis each have their time points). Complex traces carry an imaginary part of
 /// the same length; real traces leave it empty.
-struct Trace {
+struct CANAL_EXPORT Trace {
     std::string name;
     std::vector<double> re;
     std::vector<double> im;
@@ -23,7 +24,7 @@ struct Trace {
     bool IsComplex() const { return !im.empty(); }
 };
 
-struct Axis {
+struct CANAL_EXPORT Axis {
     std::string label;         ///< e.g. "frequency (Hz)", "time (s)"
     std::string scale = "lin"; ///< "lin" or "log" (the page's "-param" scales; dec/oct plot as log)
     bool hasRange = false;
@@ -32,13 +33,13 @@ struct Axis {
 };
 
 /// A table of rows, e.g. Fourier components per harmonic.
-struct Chart {
+struct CANAL_EXPORT Chart {
     std::string title;
     std::vector<std::string> columns;
     std::vector<std::vector<std::string>> rows;
 };
 
-struct Page {
+struct CANAL_EXPORT Page {
     std::string title;    ///< from "begin-scope page TITLE"
     std::string plotName; ///< the simulator's plot name ("ac1", "tran2", ...)
     std::string plotType; ///< the simulator's plot title ("AC Analysis", ...)
