@@ -231,6 +231,6 @@ struct CANAL_NGSPICE_EXPORT MemberReference {
     CPropertyList member;
     std::string parameter;
 };
-std::vector<MemberReference> FindMemberReferences(const CPropertyList& record);
+CANAL_NGSPICE_EXPORT std::vector<MemberReference> FindMemberReferences(const CPropertyList& record);
 
 } // namespace host
