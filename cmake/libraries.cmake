@@ -44,6 +44,7 @@ function(canal_shipped_library target output)
   endif()
 endfunction()
 
+# A new folder library joins a shipped library by its name in one of these two lists.
 canal_objects(canal_core_objects canal_platform canal_model canal_report)
 add_library(libcanal ${canal_kind} ${canal_core_objects})
 add_library(canal::canal ALIAS libcanal)

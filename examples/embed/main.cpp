@@ -109,9 +109,8 @@ int main(int argc, char** argv) {
     if (!monte.CanSimulate())
         return Fail("the Monte Carlo analysis cannot run: " +
                     monte.ExplainWhyCannotSimulate().str());
-    std::cout << "Monte Carlo of " << monte.GetOutputVariable().str() << ", "
-              << monte.GetNumRuns() << " runs, " << monte.GetTolSpecList().GetCount()
-              << " tolerances\n";
+    std::cout << "Monte Carlo of " << monte.GetOutputVariable().str() << ", " << monte.GetNumRuns()
+              << " runs, " << monte.GetTolSpecList().GetCount() << " tolerances\n";
 
     // The analysis's script holds one "orvo MONTE ..." request; the engine hands it back to
     // the analysis, which drives ngspice run by run through the same engine.
