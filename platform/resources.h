@@ -11,18 +11,21 @@
 #include "canal/export.h"
 #include "platform/cstring.h"
 
+// The tables in the order of their identifier ranges.
+// clang-format off
 enum ResourceId : unsigned {
 #define CANAL_RES(name, id, text) name = id,
-#include "platform/strings/cli.def"
-#include "platform/strings/compound.def"
-#include "platform/strings/core.def"
-#include "platform/strings/engine.def"
-#include "platform/strings/host.def"
 #include "platform/strings/platform.def"
+#include "platform/strings/core.def"
 #include "platform/strings/single_basic.def"
 #include "platform/strings/single_more.def"
+#include "platform/strings/compound.def"
+#include "platform/strings/host.def"
+#include "platform/strings/cli.def"
+#include "platform/strings/engine.def"
 #undef CANAL_RES
 };
+// clang-format on
 
 /// The text of `id`; "" for an unknown identifier.
 CANAL_EXPORT CString GetResourceString(unsigned id);
