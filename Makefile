@@ -3,7 +3,8 @@
 FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps build run test test-asan build-asan fuzz bench format clean
+.PHONY: all deps build run test test-asan build-asan fuzz bench format clean \
+        install-check package deb abi-update
 
 all: build
 
@@ -37,6 +38,26 @@ fuzz: deps
 
 bench: build
 	@./build/default/bench/canal_bench
+
+# Installs into a temporary prefix and builds and runs examples/embed against it, through
+# find_package(canal) and through pkg-config.
+install-check: build
+	@scripts/install-check.sh build/default
+
+# The Debian package (libraries, headers, tool) from its own build under /usr; lists what it holds.
+package: deps
+	@cmake --preset package >/dev/null
+	@cmake --build --preset package -j $(JOBS)
+	@cpack --preset package
+	@deb=$$(ls -t build/package/canal_*.deb | head -n 1) && dpkg-deb --info $$deb && \
+	    dpkg-deb --contents $$deb
+
+deb: package
+
+# After an intended change of what the libraries export: rebuilds and copies the symbol lists
+# of the build over those committed under abi/.
+abi-update: build
+	@cmake --build --preset default --target abi-update
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

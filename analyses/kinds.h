@@ -2,12 +2,13 @@
 #pragma once
 
 #include "analyses/core/analyses.h"
+#include "canal/export.h"
 
 #include <span>
 #include <string_view>
 
 /// One analysis kind. Adding a kind means writing its class and filling its row.
-struct AnalysisKind {
+struct CANAL_EXPORT AnalysisKind {
     Analyses::AnalysisType type;
     const char* nickname;  ///< label of the persisted item
     unsigned readableName; ///< resource id of the default readable name
@@ -19,10 +20,10 @@ struct AnalysisKind {
 using AnalysisKindName = AnalysisKind;
 
 /// Every kind in type order: row i has type i.
-std::span<const AnalysisKind> AnalysisKinds();
+CANAL_EXPORT std::span<const AnalysisKind> AnalysisKinds();
 /// The row of `type`; null outside the table.
-const AnalysisKind* FindAnalysisKind(Analyses::AnalysisType type);
+CANAL_EXPORT const AnalysisKind* FindAnalysisKind(Analyses::AnalysisType type);
 /// The row labelled `nickname` (exact, case-sensitive); null when there is none.
-const AnalysisKind* FindAnalysisKind(std::string_view nickname);
+CANAL_EXPORT const AnalysisKind* FindAnalysisKind(std::string_view nickname);
 /// The nickname of `type`; "" outside the table. Static storage.
-const char* AnalysisNickname(Analyses::AnalysisType type);
+CANAL_EXPORT const char* AnalysisNickname(Analyses::AnalysisType type);

@@ -32,7 +32,8 @@ const DemoAnalysis kDemoAnalyses[] = {
     {"MONTE", "amplifier.monte.prop", nullptr},
 };
 
-/// The examples folder: $CANAL_EXAMPLES when set, else an "examples" folder
+/// The examples folder: $CANAL_EXAMPLES when set, else the installed one
+/// (PREFIX/share/canal/examples for PREFIX/bin/canal), else an "examples" folder
 /// beside the executable or above it (the build tree puts the tool two levels
 /// below the source folder), else one in the working folder.
 fs::path FindExamples(std::string& searched) {
@@ -42,6 +43,7 @@ fs::path FindExamples(std::string& searched) {
     std::error_code ec;
     fs::path exe = fs::read_symlink("/proc/self/exe", ec);
     if (!ec) {
+        candidates.push_back(exe.parent_path().parent_path() / "share" / "canal" / "examples");
         fs::path dir = exe.parent_path();
         for (int up = 0; up < 5 && !dir.empty(); ++up) {
             candidates.push_back(dir / "examples");

@@ -4,6 +4,7 @@
 // notation (CParamNode, CParamNodeList).
 #pragma once
 
+#include "canal/export.h"
 #include "platform/lists.h"
 #include "platform/property.h"
 #include "platform/spice.h"
@@ -17,7 +18,7 @@ class CASimulationEngine;
 
 /// One parameter of a circuit element: name, value (of whatever type the
 /// simulator reports), description and mode, with the record it was read from.
-class CSPICEparam {
+class CANAL_EXPORT CSPICEparam {
 public:
     CSPICEparam() = default;
 
@@ -56,7 +57,7 @@ private:
 ///
 /// Look-up rule: an empty stored device or model name matches any, so a record
 /// naming just an instance, or just a model, resolves.
-class CSPICEdevMember {
+class CANAL_EXPORT CSPICEdevMember {
 public:
     /// An empty instance reference, bound to the engine's current circuit.
     CSPICEdevMember();
@@ -154,7 +155,7 @@ private:
 /// The sweepable instances (flag 1) or models (flag 0) of the current circuit
 /// of an engine's main session. Holds no elements: its iterators walk the
 /// circuit, skipping the device kinds that may not be swept.
-class CSPICEdevMemberList {
+class CANAL_EXPORT CSPICEdevMemberList {
 public:
     class iterator;
     class const_iterator;
@@ -183,7 +184,7 @@ private:
 namespace devmember_detail {
 
 /// The walk shared by both iterators of CSPICEdevMemberList.
-class MemberWalk {
+class CANAL_EXPORT MemberWalk {
 public:
     MemberWalk(CASimulationEngine* engine, int isinst);
 
@@ -210,7 +211,7 @@ private:
 
 } // namespace devmember_detail
 
-class CSPICEdevMemberList::iterator : public devmember_detail::MemberWalk {
+class CANAL_EXPORT CSPICEdevMemberList::iterator : public devmember_detail::MemberWalk {
 public:
     explicit iterator(CSPICEdevMemberList& list)
         : MemberWalk(list.GetEngine(), list.IsInstanceList()) {}
@@ -226,7 +227,7 @@ public:
     bool operator==(std::default_sentinel_t) const { return !IsValid(); }
 };
 
-class CSPICEdevMemberList::const_iterator : public devmember_detail::MemberWalk {
+class CANAL_EXPORT CSPICEdevMemberList::const_iterator : public devmember_detail::MemberWalk {
 public:
     explicit const_iterator(const CSPICEdevMemberList& list)
         : MemberWalk(list.GetEngine(), list.IsInstanceList()) {}
@@ -249,7 +250,7 @@ inline CSPICEdevMemberList::const_iterator CSPICEdevMemberList::begin() const {
 
 /// A user output node in the simulator's at-sign notation: "@@name[param]"
 /// (a model parameter), "@name[param]" (an instance parameter), or a plain node.
-class CParamNode {
+class CANAL_EXPORT CParamNode {
 public:
     enum ParamType : int { PlainNode = 0, ModelParam = 1, InstanceParam = 2 };
 
@@ -277,13 +278,13 @@ private:
 
 /// One entry of the user's node list. An entry may be empty (no node), and a
 /// flagged entry is pinned by whoever flagged it: pruning leaves both alone.
-struct CParamNodeEntry {
+struct CANAL_EXPORT CParamNodeEntry {
     std::optional<CParamNode> node;
     int flagged = 0;
 };
 
 /// The user's output nodes, a locked copyable list.
-class CParamNodeList : public CopiableSList<CParamNodeEntry> {
+class CANAL_EXPORT CParamNodeList : public CopiableSList<CParamNodeEntry> {
 public:
     void AddNode(const CParamNode& node, int flagged = 0) { Add(CParamNodeEntry{node, flagged}); }
 

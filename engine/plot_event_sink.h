@@ -3,6 +3,7 @@
 #pragma once
 
 #include "analyses/core/analyses.h"
+#include "canal/export.h"
 #include "platform/events.h"
 #include "platform/spice.h"
 
@@ -10,7 +11,7 @@
 /// the simulator's plot events through HandleEventIndirect; it calls the
 /// analysis's OUTpBeginPlot / OUTpData / OUTendPlot and answers the stop poll
 /// through the owning collection's engine.
-class CPlotEventSink : public CEventSink {
+class CANAL_EXPORT CPlotEventSink : public CEventSink {
 public:
     /// `owner` (borrowed, may be null) gives the engine for the stop poll.
     CPlotEventSink(const CString& name, const CString& description, const Analyses* owner)

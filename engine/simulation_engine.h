@@ -4,6 +4,7 @@
 #pragma once
 
 #include "analyses/core/analyses.h"
+#include "canal/export.h"
 #include "engine/device_member.h"
 #include "platform/complex.h"
 #include "platform/events.h"
@@ -19,7 +20,7 @@
 
 /// Estimates time per unit of x over the last N updates with running sums, so
 /// that each update is constant time and allocation-free.
-class CProgressRate {
+class CANAL_EXPORT CProgressRate {
 public:
     explicit CProgressRate(int slots = 128);
 
@@ -45,7 +46,7 @@ private:
 /// virtual that would talk to one answers harmlessly, so the model runs on its
 /// own; a host derives its engine and overrides what its simulator offers.
 /// Copying copies every field (borrowed pointers stay borrowed).
-class CASimulationEngine {
+class CANAL_EXPORT CASimulationEngine {
 public:
     /// Minimum milliseconds between two unforced status-bar updates.
     static constexpr uint32_t StatusThrottleMs = 33;
@@ -211,7 +212,7 @@ private:
 
 /// Sets an engine's analysis event sink for one scope and clears it on exit,
 /// so the sink never outlives the analysis it points at.
-class AnalysisSinkScope {
+class CANAL_EXPORT AnalysisSinkScope {
 public:
     AnalysisSinkScope(CASimulationEngine& engine, CEventSink* sink) : engine_(engine) {
         engine_.SetAnalysisEventSink(sink);

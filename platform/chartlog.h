@@ -1,12 +1,13 @@
 // Chart log: a titled list of indented text entries that analyses report into.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 
 #include <string>
 #include <vector>
 
-class ChartLog {
+class CANAL_EXPORT ChartLog {
 public:
     struct Entry {
         int indent = 0;

@@ -1,6 +1,8 @@
 // CString: the small string type the analysis model is written against.
 #pragma once
 
+#include "canal/export.h"
+
 #include <cstdarg>
 #include <string>
 #include <string_view>
@@ -8,7 +10,7 @@
 
 /// A byte string with the handful of operations the model needs. Value type;
 /// never locale-dependent. Indexes are 0-based; "not found" is -1.
-class CString {
+class CANAL_EXPORT CString {
 public:
     CString() = default;
     CString(const char* s) : s_(s ? s : "") {}
@@ -28,12 +30,26 @@ public:
     const std::string& str() const { return s_; }
     std::string_view view() const { return s_; }
 
-    CString& operator+=(const CString& o) { s_ += o.s_; return *this; }
-    CString& operator+=(const char* o) { if (o) s_ += o; return *this; }
-    CString& operator+=(char c) { s_ += c; return *this; }
+    CString& operator+=(const CString& o) {
+        s_ += o.s_;
+        return *this;
+    }
+    CString& operator+=(const char* o) {
+        if (o)
+            s_ += o;
+        return *this;
+    }
+    CString& operator+=(char c) {
+        s_ += c;
+        return *this;
+    }
     friend CString operator+(const CString& a, const CString& b) { return CString(a.s_ + b.s_); }
-    friend CString operator+(const CString& a, const char* b) { return CString(a.s_ + (b ? b : "")); }
-    friend CString operator+(const char* a, const CString& b) { return CString((a ? a : "") + b.s_); }
+    friend CString operator+(const CString& a, const char* b) {
+        return CString(a.s_ + (b ? b : ""));
+    }
+    friend CString operator+(const char* a, const CString& b) {
+        return CString((a ? a : "") + b.s_);
+    }
     friend CString operator+(const CString& a, char c) { return CString(a.s_ + c); }
 
     friend bool operator==(const CString& a, const CString& b) { return a.s_ == b.s_; }

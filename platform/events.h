@@ -2,6 +2,7 @@
 // identifiers of the plot protocol and the variant that carries arguments.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 #include "platform/property.h"
 
@@ -21,7 +22,7 @@ enum SpiceEventId : long {
 /// A small tagged value: a number, a text, a list of texts (the names of a
 /// circuit element), a property item (a parameter value) or borrowed
 /// plot-callback arguments.
-class IITVariant {
+class CANAL_EXPORT IITVariant {
 public:
     IITVariant() = default;
     IITVariant(long v) : v_(v) {}
@@ -58,12 +59,12 @@ private:
         v_;
 };
 
-struct EventData {
+struct CANAL_EXPORT EventData {
     long id = 0;
     IITVariant value;
 };
 
-class CEventSource {
+class CANAL_EXPORT CEventSource {
 public:
     explicit CEventSource(const CString& name = CString()) : name_(name) {}
     virtual ~CEventSource() = default;
@@ -75,7 +76,7 @@ private:
 
 /// Receives events; derived classes override HandleEventIndirect and pass
 /// what they do not handle on to this base, which ignores it (returns 0).
-class CEventSink {
+class CANAL_EXPORT CEventSink {
 public:
     CEventSink(const CString& name = CString(), const CString& description = CString())
         : name_(name), description_(description) {}

@@ -2,6 +2,7 @@
 // simulator snap-in (parameter changes), with the property ids they answer.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/events.h"
 
 #include <cstdint>
@@ -17,7 +18,7 @@ enum GuiFEProperty : long {
 
 /// The host's front end. Borrowed by the engine; the host keeps it alive for as
 /// long as the engine may use it.
-class CGuiFE {
+class CANAL_EXPORT CGuiFE {
 public:
     virtual ~CGuiFE() = default;
     /// Millisecond tick count at which the running simulation started.
@@ -41,7 +42,7 @@ enum SnapInProperty : long {
 
 /// The simulator snap-in: how analyses change circuit parameters between runs.
 /// Borrowed by the engine.
-class CInstrumentInterface {
+class CANAL_EXPORT CInstrumentInterface {
 public:
     virtual ~CInstrumentInterface() = default;
     /// Sets property `id` of the element that `names` (a CStringArray) names to

@@ -2,6 +2,7 @@
 // with traces over x values and chart logs.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/chartlog.h"
 #include "platform/complex.h"
 #include "platform/cstring.h"
@@ -11,7 +12,7 @@
 
 /// One named curve: y values (real, or complex when any point was complex)
 /// over its own x values.
-struct CGrapherTrace {
+struct CANAL_EXPORT CGrapherTrace {
     CString name;
     std::vector<double> x;
     std::vector<double> re;
@@ -26,7 +27,7 @@ struct CGrapherTrace {
 /// A table of results (one row per run, per pin, ...): column names and
 /// rows of texts. Numbers are written by the analysis that fills it, so the
 /// table reads the same wherever it is shown.
-struct CGrapherChart {
+struct CANAL_EXPORT CGrapherChart {
     CString title;
     std::vector<CString> columns;
     std::vector<std::vector<CString>> rows;
@@ -34,7 +35,7 @@ struct CGrapherChart {
 
 /// A result page. Traces and chart logs live in deques, so a reference taken
 /// from AddTrace or AddChartLog stays valid while more are added.
-class CGrapherPage {
+class CANAL_EXPORT CGrapherPage {
 public:
     explicit CGrapherPage(const CString& title = CString()) : title_(title) {}
 

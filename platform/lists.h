@@ -2,6 +2,7 @@
 // length, and removals during a walk are deferred until the walk ends.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 
 #include <algorithm>
@@ -11,7 +12,7 @@
 #include <vector>
 
 /// An owning list of T with a recursive lock. Copying copies the elements.
-template <typename T> class CopiableSList {
+template <typename T> class CANAL_EXPORT CopiableSList {
 public:
     CopiableSList() = default;
     CopiableSList(const CopiableSList& o) { *this = o; }
@@ -97,13 +98,13 @@ private:
 using VoidList = CopiableSList<void*>;
 
 /// A string with a selection flag.
-struct SelectableString {
+struct CANAL_EXPORT SelectableString {
     CString text;
     int selected = 1;
 };
 
 /// A locked list of strings, each with a selection flag.
-class SelectableStringList : public CopiableSList<SelectableString> {
+class CANAL_EXPORT SelectableStringList : public CopiableSList<SelectableString> {
 public:
     void AddString(const CString& s, int selected = 1) { Add(SelectableString{s, selected}); }
 };

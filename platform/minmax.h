@@ -1,16 +1,23 @@
 // Ranges that grow by added points, and the four plot axes of a page.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 
 /// A [min, max] range; "null" (empty) until the first point is added.
-class CMinMax {
+class CANAL_EXPORT CMinMax {
 public:
     CMinMax() = default;
-    CMinMax(double a, double b) { Add(a); Add(b); }
+    CMinMax(double a, double b) {
+        Add(a);
+        Add(b);
+    }
 
     bool IsNull() const { return null_; }
-    void Reset() { null_ = true; min_ = max_ = 0.0; }
+    void Reset() {
+        null_ = true;
+        min_ = max_ = 0.0;
+    }
     void Add(double v);
     double GetMin() const { return min_; }
     double GetMax() const { return max_; }
@@ -28,7 +35,7 @@ private:
 
 /// Four axis ranges (indexed 0..3 like AxisPosition), a flag and four further
 /// per-axis scale values (ScaleType, 4 = not set).
-class CGrapherAxes {
+class CANAL_EXPORT CGrapherAxes {
 public:
     CGrapherAxes() { Reset(); }
 

@@ -2,6 +2,7 @@
 // text form under which analyses are stored with a circuit.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 
 #include <cstddef>
@@ -15,7 +16,7 @@ class CPropertyList;
 /// The text form has no escape for labels: a label must not hold ':', braces
 /// or white space. String values write a backslash before each backslash and brace.
 /// Items are immutable values; copies are cheap (they share the value).
-class CPropertyItem {
+class CANAL_EXPORT CPropertyItem {
 public:
     /// Value type codes, as GetTypeOfValue() reports them.
     enum Type {
@@ -94,14 +95,14 @@ private:
 };
 
 /// Where and why parsing of a property text stopped.
-struct PropertyParseResult {
+struct CANAL_EXPORT PropertyParseResult {
     bool ok = true;
     size_t position = 0; ///< byte offset of the first character that could not be read
     CString message;     ///< empty when ok
 };
 
 /// An ordered list of items.
-class CPropertyList {
+class CANAL_EXPORT CPropertyList {
 public:
     CPropertyList();
     /// Parses the text form; on a malformed text the items before the fault are kept.

@@ -2,9 +2,11 @@
 // same on every platform and standard library for one seed.
 #pragma once
 
+#include "canal/export.h"
+
 #include <cstdint>
 
-class Random {
+class CANAL_EXPORT Random {
 public:
     /// Takes the next seed of the process-wide seed sequence (see SetMasterSeed).
     Random();

@@ -8,8 +8,11 @@
 //   cli.def 6000-6999, engine.def 7000-7999.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 
+// The tables in the order of their identifier ranges.
+// clang-format off
 enum ResourceId : unsigned {
 #define CANAL_RES(name, id, text) name = id,
 #include "platform/strings/platform.def"
@@ -22,8 +25,9 @@ enum ResourceId : unsigned {
 #include "platform/strings/engine.def"
 #undef CANAL_RES
 };
+// clang-format on
 
 /// The text of `id`; "" for an unknown identifier.
-CString GetResourceString(unsigned id);
+CANAL_EXPORT CString GetResourceString(unsigned id);
 /// The same text without a copy; never null.
-const char* GetResourceText(unsigned id);
+CANAL_EXPORT const char* GetResourceText(unsigned id);

@@ -2,6 +2,7 @@
 // name lists, analysis and output types and plot-callback arguments.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 #include "platform/lists.h"
 #include "platform/property.h"
@@ -30,7 +31,7 @@ enum OUTPUT_TYPE : int {
 };
 
 /// One output variable or node name, with its kind and flag bits.
-class CSpiceNodeName {
+class CANAL_EXPORT CSpiceNodeName {
 public:
     enum Flags : long { Saved = 256, IPlot = 512 };
 
@@ -57,7 +58,7 @@ private:
 };
 
 /// A locked list of node names.
-class CSpiceNodeNameList : public CopiableSList<CSpiceNodeName> {
+class CANAL_EXPORT CSpiceNodeNameList : public CopiableSList<CSpiceNodeName> {
 public:
     void AddName(const CString& name, int kind = 0, long flags = 0) {
         Add(CSpiceNodeName(name, kind, flags));
@@ -81,7 +82,7 @@ public:
 };
 
 /// A plot the simulator begins: name, analysis type and vectors.
-struct CSpicePlotInfo {
+struct CANAL_EXPORT CSpicePlotInfo {
     CString name;  ///< e.g. "ac1"
     CString title; ///< e.g. "AC Analysis"
     ANALYSIS_TYPE type = AT_NONE;
@@ -98,7 +99,7 @@ struct CSpicePlotInfo {
 
 /// One row of plot data: a value per vector, in the order of the plot's
 /// vectorNames (imaginary parts 0 for real vectors).
-struct CSpiceDataRow {
+struct CANAL_EXPORT CSpiceDataRow {
     std::vector<double> real;
     std::vector<double> imag;
 
@@ -112,7 +113,7 @@ class CSpiceSession;
 /// Arguments of a plot callback. Kind 1 begin plot (CSpicePlotInfo),
 /// 2 data (CSpiceDataRow), 3 end plot (CSpicePlotInfo), 4 stop poll
 /// (CSpiceSession). The payload is borrowed for the duration of the call.
-class CSpiceArgs {
+class CANAL_EXPORT CSpiceArgs {
 public:
     enum Kind { None = 0, BeginPlot = 1, Data = 2, EndPlot = 3, StopPoll = 4 };
 

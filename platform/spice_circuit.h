@@ -2,6 +2,7 @@
 // instances, their parameters, and the positions and iterators that walk them.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 #include "platform/property.h"
 
@@ -31,7 +32,7 @@ class CSpiceInstance;
 class CSpiceSession;
 
 /// One parameter of a model or instance as the simulator reports it.
-struct CSpiceParameter {
+struct CANAL_EXPORT CSpiceParameter {
     CSpiceParameter(const CString& name, const CPropertyItem& value,
                     const CString& description = CString(),
                     const CString& mode = CString("InputOutput"));
@@ -51,10 +52,10 @@ using CSpiceParameterList = std::vector<CSpiceParameter>;
 
 /// One "param" item per parameter, in order: what an engine's
 /// GetInstanceValues / GetModelValues return for an element.
-CPropertyList SpiceParameterRecords(const CSpiceParameterList& params);
+CANAL_EXPORT CPropertyList SpiceParameterRecords(const CSpiceParameterList& params);
 
 /// What a session hands out so that a CSpiceCircuit can be built on it.
-class CSpiceInstanceHandle {
+class CANAL_EXPORT CSpiceInstanceHandle {
 public:
     CSpiceInstanceHandle() = default;
 
@@ -69,7 +70,7 @@ private:
 /// A circuit: the simulator's table of device kinds, and per kind its models
 /// and their instances. A default-constructed circuit is empty and belongs to
 /// no session; the first AddDevice gives it storage of its own.
-class CSpiceCircuit {
+class CANAL_EXPORT CSpiceCircuit {
 public:
     CSpiceCircuit() = default;
     explicit CSpiceCircuit(const CSpiceInstanceHandle& handle);
@@ -95,7 +96,7 @@ private:
 
 /// One device kind of a circuit ("Resistor", "Vsource", ...) at its index in
 /// the simulator's table.
-class CSpiceDevice {
+class CANAL_EXPORT CSpiceDevice {
 public:
     class model_iterator;
     class instance_iterator;
@@ -129,7 +130,7 @@ private:
 };
 
 /// One model of a device kind.
-class CSpiceModel {
+class CANAL_EXPORT CSpiceModel {
 public:
     CSpiceModel() = default;
 
@@ -161,7 +162,7 @@ private:
 };
 
 /// One instance ("r1") of a model.
-class CSpiceInstance {
+class CANAL_EXPORT CSpiceInstance {
 public:
     CSpiceInstance() = default;
 
@@ -186,7 +187,7 @@ private:
 };
 
 /// Walks the models of one device kind in order.
-class CSpiceDevice::model_iterator {
+class CANAL_EXPORT CSpiceDevice::model_iterator {
 public:
     model_iterator() = default;
     explicit model_iterator(const CSpiceDevice& device);
@@ -202,7 +203,7 @@ private:
 };
 
 /// Walks every instance of one device kind, model by model.
-class CSpiceDevice::instance_iterator {
+class CANAL_EXPORT CSpiceDevice::instance_iterator {
 public:
     instance_iterator() = default;
     explicit instance_iterator(const CSpiceDevice& device);
@@ -222,7 +223,7 @@ private:
 
 /// A position over either the instances (isinst 1) or the models (isinst 0)
 /// of one device kind.
-class CSpiceDevice::generic_iterator {
+class CANAL_EXPORT CSpiceDevice::generic_iterator {
 public:
     generic_iterator(const model_iterator& models, const instance_iterator& instances, int isinst);
     /// At the first instance (isinst 1) or model (isinst 0) of `device`.
@@ -251,7 +252,7 @@ private:
 
 /// A copyable, possibly empty position: what a device member keeps of where its
 /// element is. Invalid when default-constructed or walked past the end.
-class CSpiceDevice_generic_iterator_wrapper {
+class CANAL_EXPORT CSpiceDevice_generic_iterator_wrapper {
 public:
     CSpiceDevice_generic_iterator_wrapper() = default;
     explicit CSpiceDevice_generic_iterator_wrapper(const CSpiceDevice::generic_iterator& it)
@@ -279,7 +280,7 @@ private:
 
 /// A simulator session and its current circuit. Not copyable: plot events
 /// name the running session by address.
-class CSpiceSession {
+class CANAL_EXPORT CSpiceSession {
 public:
     CSpiceSession();
     CSpiceSession(const CSpiceSession&) = delete;
@@ -296,7 +297,7 @@ private:
 };
 
 /// Hands out the simulator's sessions; this library knows only the main one.
-class CSpiceSessionAgency {
+class CANAL_EXPORT CSpiceSessionAgency {
 public:
     CSpiceSessionAgency() = default;
     CSpiceSessionAgency(const CSpiceSessionAgency&) = delete;

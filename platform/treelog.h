@@ -1,6 +1,7 @@
 // Tree log: an in-memory tree of styled text items, and its text/JSON renderers.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 
 #include <memory>
@@ -8,7 +9,7 @@
 
 /// One node of a tree control. Owned by its CTreeCtrl; handles stay valid
 /// until the control is cleared or destroyed.
-struct _TREEITEM {
+struct CANAL_EXPORT _TREEITEM {
     CString text;
     int style = 0;
     bool expanded = false;
@@ -18,7 +19,7 @@ struct _TREEITEM {
 using HTREEITEM = _TREEITEM*;
 
 /// Owner of a tree of items. A null parent means the invisible root.
-class CTreeCtrl {
+class CANAL_EXPORT CTreeCtrl {
 public:
     CTreeCtrl();
     CTreeCtrl(const CTreeCtrl&) = delete;
@@ -41,7 +42,7 @@ private:
 };
 
 /// Writes styled text items into a CTreeCtrl (borrowed, never owned).
-class CTreeLog {
+class CANAL_EXPORT CTreeLog {
 public:
     enum OutputStyle { Normal = 0, Heading = 1, Bold = 2, Warning = 3, Error = 4 };
 

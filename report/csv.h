@@ -1,6 +1,7 @@
 // CSV form of a result page: the x column, then one column per trace.
 #pragma once
 
+#include "canal/export.h"
 #include "report/page.h"
 
 #include <string>
@@ -10,7 +11,7 @@ namespace report {
 
 /// Quotes a field when it holds a comma, a double quote, a line break or
 /// leading/trailing blanks; inner quotes are doubled.
-std::string CsvField(std::string_view text);
+CANAL_EXPORT std::string CsvField(std::string_view text);
 
 /// The whole page as CSV text with "\n" line ends. Pages with x values: a header
 /// row (x name, then the traces), one row per x value; complex traces give two
@@ -22,10 +23,10 @@ std::string CsvField(std::string_view text);
 /// point: the runs of a Monte Carlo analysis), each trace gets an x column of its own instead,
 /// "time (Run #1)" before "Run #1". Numbers carry 17 significant digits; missing values are
 /// empty cells.
-std::string ToCsv(const Page& page);
+CANAL_EXPORT std::string ToCsv(const Page& page);
 
 /// A chart as CSV: its columns as the header row, then its rows as they are (the chart's
 /// numbers keep the text the analysis gave them).
-std::string ChartToCsv(const Chart& chart);
+CANAL_EXPORT std::string ChartToCsv(const Chart& chart);
 
 } // namespace report

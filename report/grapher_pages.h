@@ -1,6 +1,7 @@
 // The result pages of compound analyses (grapher pages) as report pages.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/grapher.h"
 #include "report/page.h"
 
@@ -13,6 +14,6 @@ namespace report {
 /// their own points), or over a page x when all traces share the same x values; each chart log
 /// as log lines (its title, then its entries indented two blanks per level); each table as a
 /// chart.
-std::vector<Page> PagesFromGrapher(const std::vector<CGrapherPage>& pages);
+CANAL_EXPORT std::vector<Page> PagesFromGrapher(const std::vector<CGrapherPage>& pages);
 
 } // namespace report

@@ -2,6 +2,7 @@
 // inlined, links to the CSV files, charts as tables and the logs.
 #pragma once
 
+#include "canal/export.h"
 #include "report/report.h"
 
 #include <string>
@@ -11,9 +12,9 @@ namespace report {
 
 /// Escapes &, <, >, " and ' so that any text is safe in element content and
 /// quoted attribute values.
-std::string HtmlEscape(std::string_view text);
+CANAL_EXPORT std::string HtmlEscape(std::string_view text);
 
 /// The whole report.html. File links use the names WriteReport gives.
-std::string ToHtml(const Report& report);
+CANAL_EXPORT std::string ToHtml(const Report& report);
 
 } // namespace report

@@ -3,6 +3,7 @@
 // optional charts (tables such as Fourier results) and a text log.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/chartlog.h"
 #include "platform/cstring.h"
 
@@ -18,7 +19,7 @@ enum class TraceRole { Normal, Background, Nominal, Worst };
 /// One named series of y values over the page's x values, or over its own (the runs of a
 /// compound analysis each have their time points). Complex traces carry an imaginary part of
 /// the same length; real traces leave it empty.
-struct Trace {
+struct CANAL_EXPORT Trace {
     std::string name;
     std::vector<double> re;
     std::vector<double> im;
@@ -28,7 +29,7 @@ struct Trace {
     bool IsComplex() const { return !im.empty(); }
 };
 
-struct Axis {
+struct CANAL_EXPORT Axis {
     std::string label;         ///< e.g. "frequency (Hz)", "time (s)"
     std::string scale = "lin"; ///< "lin" or "log" (the page's "-param" scales; dec/oct plot as log)
     bool hasRange = false;
@@ -37,7 +38,7 @@ struct Axis {
 };
 
 /// A table of rows, e.g. Fourier components per harmonic.
-struct Chart {
+struct CANAL_EXPORT Chart {
     std::string title;
     std::vector<std::string> columns;
     std::vector<std::vector<std::string>> rows;
@@ -45,7 +46,7 @@ struct Chart {
 
 /// The spread of one measured quantity over the runs of a statistical analysis, with the
 /// statistics the analysis reported (in the quantity's unit).
-struct Histogram {
+struct CANAL_EXPORT Histogram {
     std::string quantity;       ///< what was measured, "MAX of v(out)"
     std::string unit;           ///< "V", "A" or ""
     std::vector<double> values; ///< one per valid run
@@ -57,7 +58,7 @@ struct Histogram {
     double worst = 0.0;
 };
 
-struct Page {
+struct CANAL_EXPORT Page {
     std::string title;    ///< from "begin-scope page TITLE"
     std::string plotName; ///< the simulator's plot name ("ac1", "tran2", ...)
     std::string plotType; ///< the simulator's plot title ("AC Analysis", ...)

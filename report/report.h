@@ -2,6 +2,7 @@
 // the files it becomes in an output folder.
 #pragma once
 
+#include "canal/export.h"
 #include "report/page.h"
 
 #include <string>
@@ -10,13 +11,13 @@
 namespace report {
 
 /// A result file of a compound analysis, written as it is ("results.txt", "runs.csv").
-struct ResultFile {
+struct CANAL_EXPORT ResultFile {
     std::string name; ///< without the section prefix
     std::string text;
 };
 
 /// One analysis run: what was asked, what ran and what came back.
-struct Section {
+struct CANAL_EXPORT Section {
     std::string nickname;     ///< "AC", "TRAN", ...; prefixes file names when several sections
     std::string title;        ///< readable name of the analysis
     std::string settingsText; ///< the analysis' readable text, one item per line
@@ -30,7 +31,7 @@ struct Section {
     std::string error; ///< the first failure, with the simulator's message
 };
 
-struct Report {
+struct CANAL_EXPORT Report {
     std::string title;
     std::string circuit; ///< path of the circuit file, as given
     std::vector<Section> sections;
@@ -38,23 +39,23 @@ struct Report {
 
 /// File name stem of a page: an optional section prefix ("ac-"), the 1-based
 /// page number in two digits and a slug of the page title: "ac-01-ac-analysis".
-std::string PageStem(const Report& report, size_t section, size_t page);
+CANAL_EXPORT std::string PageStem(const Report& report, size_t section, size_t page);
 /// Prefix of a section's files: "" for a single section, else "nickname-", and for the n-th
 /// section of one nickname (n from 2) "nickname-n-".
-std::string SectionPrefix(const Report& report, size_t section);
+CANAL_EXPORT std::string SectionPrefix(const Report& report, size_t section);
 /// Lower-case letters and digits joined by single '-'; "page" when nothing is left.
-std::string Slug(const std::string& text);
+CANAL_EXPORT std::string Slug(const std::string& text);
 
 /// File name stem of histogram `n` of a page: the page's stem + "-histogram" (+ n from the second).
-std::string HistogramStem(const Report& report, size_t section, size_t page, size_t n);
+CANAL_EXPORT std::string HistogramStem(const Report& report, size_t section, size_t page, size_t n);
 
 /// The names of the files WriteReport writes for a section, in the order it writes them: per
 /// page its CSV, its SVG when it has a graph and its histograms' SVGs; the result files; then
 /// "analysis.txt" and "log.txt" (all with the section prefix).
-std::vector<std::string> SectionFileNames(const Report& report, size_t section);
+CANAL_EXPORT std::vector<std::string> SectionFileNames(const Report& report, size_t section);
 
 /// What WriteReport did. Files written before a failure stay.
-struct WriteResult {
+struct CANAL_EXPORT WriteResult {
     std::vector<std::string> files;  ///< paths written, in order
     std::vector<std::string> errors; ///< "path: reason" of each file that failed
     bool ok() const { return errors.empty(); }
@@ -62,6 +63,6 @@ struct WriteResult {
 
 /// Writes into `dir` (created when missing) the files of every section (SectionFileNames),
 /// then "report.html". Every file is attempted even when an earlier one failed.
-WriteResult WriteReport(const Report& report, const std::string& dir);
+CANAL_EXPORT WriteResult WriteReport(const Report& report, const std::string& dir);
 
 } // namespace report

@@ -3,6 +3,7 @@
 // second panel with the phase in degrees.
 #pragma once
 
+#include "canal/export.h"
 #include "report/page.h"
 
 #include <string>
@@ -10,25 +11,25 @@
 
 namespace report {
 
-struct SvgOptions {
+struct CANAL_EXPORT SvgOptions {
     int width = 880;  ///< pixels
     int height = 520; ///< pixels
 };
 
 /// True when the page has x values and some plotted trace with values: only
 /// such pages get a plot.
-bool HasGraph(const Page& page);
+CANAL_EXPORT bool HasGraph(const Page& page);
 
 /// A pixel coordinate with at most two decimals ("12.5", "0"); values beyond a million pixels
 /// are clamped.
 std::string SvgNumber(double v);
 
 /// Escapes &, <, >, " and ' for XML text and attribute values.
-std::string XmlEscape(std::string_view text);
+CANAL_EXPORT std::string XmlEscape(std::string_view text);
 
 /// A complete standalone SVG document (UTF-8, no external references).
 /// NaN and infinite values, and values <= 0 on a logarithmic axis, break the
 /// line rather than the plot.
-std::string ToSvg(const Page& page, const SvgOptions& options = {});
+CANAL_EXPORT std::string ToSvg(const Page& page, const SvgOptions& options = {});
 
 } // namespace report

@@ -1,6 +1,7 @@
 // Plain-text renderers: the analysis settings, page logs and charts.
 #pragma once
 
+#include "canal/export.h"
 #include "report/report.h"
 
 #include <string>
@@ -10,17 +11,17 @@ class CTreeCtrl;
 namespace report {
 
 /// The readable text of an analysis: one item per line, two blanks per level.
-std::string AnalysisToText(const CTreeCtrl& ctrl);
+CANAL_EXPORT std::string AnalysisToText(const CTreeCtrl& ctrl);
 
 /// A chart as a text table: title line, header, a rule, then rows; columns are
 /// padded to their widest cell, numbers aligned right.
-std::string ChartToText(const Chart& chart);
+CANAL_EXPORT std::string ChartToText(const Chart& chart);
 
 /// One page: its title, error, log lines and charts.
-std::string PageLogToText(const Page& page);
+CANAL_EXPORT std::string PageLogToText(const Page& page);
 
 /// A section's log file: every page's log and charts, the notes, then the
 /// simulator's own output.
-std::string SectionLogToText(const Section& section);
+CANAL_EXPORT std::string SectionLogToText(const Section& section);
 
 } // namespace report

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages canal needs to build, test, fuzz and benchmark.
+# Installs the Debian packages canal needs to build, test, fuzz, benchmark and package
+# (dpkg-dev: dpkg-shlibdeps, which works out the package's library dependencies).
 # Safe to run repeatedly: it only calls apt-get when something is missing.
 set -euo pipefail
 
@@ -9,6 +10,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libngspice0-dev ngspice
   libcli11-dev
+  dpkg-dev
 )
 
 missing=()

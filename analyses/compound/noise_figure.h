@@ -2,6 +2,7 @@
 #pragma once
 
 #include "analyses/single/ac.h"
+#include "canal/export.h"
 #include "engine/plot_event_sink.h"
 
 #include <cstdint>
@@ -14,7 +15,7 @@ class CASimulationEngine;
 /// toNutmegCommandSetup and picks the output and input-referred noise out of
 /// the spectrum plot. The AC sweep it inherits is kept at the single point of
 /// the frequency.
-class Analyses::NoiseFigure
+class CANAL_EXPORT Analyses::NoiseFigure
     : public AnalysisIdentity<Analyses::NoiseFigure, Analyses::AnalysisType::NoiseFigure,
                               Analyses::Ac>,
       public CPlotEventSink {

@@ -5,6 +5,7 @@
 #include "analyses/compound/sweep_variation.h"
 #include "analyses/single/ac.h"
 #include "analyses/single/tran.h"
+#include "canal/export.h"
 #include "engine/device_member.h"
 #include "engine/plot_event_sink.h"
 #include "platform/grapher.h"
@@ -23,7 +24,7 @@ class CASimulationEngine;
 /// each value (operating point, AC, transient, or a nested sweep one level deeper, which it
 /// owns). The engine rebuilds one from the "orvo psweep"/"orvo tsweep" request and runs it;
 /// while it runs it is the engine's event sink and turns the simulator's plots into traces.
-class ParameterSweep : public CPlotEventSink {
+class CANAL_EXPORT ParameterSweep : public CPlotEventSink {
 public:
     enum SweepType : int32_t { DeviceSweep = 0, ModelSweep = 1, TemperatureSweep = 2 };
     enum SweepAnalysisType : int32_t { InnerOp = 0, InnerAc = 1, InnerTran = 2, InnerSweep = 3 };

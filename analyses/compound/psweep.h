@@ -3,12 +3,13 @@
 #pragma once
 
 #include "analyses/compound/parameter_sweep.h"
+#include "canal/export.h"
 
 class CASimulationEngine;
 
 /// Parameter sweep ("PSWEEP"). Its kind follows the sweep's nickname, so the same object
 /// becomes a temperature sweep when the nickname is switched to "TSWEEP".
-class Analyses::Psweep
+class CANAL_EXPORT Analyses::Psweep
     : public SettingsAnalysis<Analyses::Psweep, Analyses::AnalysisType::Psweep, ParameterSweep> {
 public:
     /// `main` (borrowed, may be null) owns the copy the engine runs; nickname "PSWEEP".
@@ -51,7 +52,7 @@ public:
 };
 
 /// Temperature sweep ("TSWEEP"): a parameter sweep under the other nickname.
-class Analyses::Tsweep
+class CANAL_EXPORT Analyses::Tsweep
     : public AnalysisIdentity<Analyses::Tsweep, Analyses::AnalysisType::Tsweep, Analyses::Psweep> {
 public:
     explicit Tsweep(const Analyses* main = nullptr);

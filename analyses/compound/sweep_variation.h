@@ -1,6 +1,7 @@
 // Sweep variation: the values one level of a parameter or temperature sweep steps through.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 #include "platform/property.h"
 #include "platform/treelog.h"
@@ -11,7 +12,7 @@
 /// A decade, linear or octave progression between a start and a stop value, or
 /// an explicit list of up to 256 values. Plain value class; the setters keep
 /// start, stop, increment and point count consistent with each other.
-class SweepVariation {
+class CANAL_EXPORT SweepVariation {
 public:
     /// Persisted as the integer; also indexes the point-count label of the summary.
     enum Variation : int32_t { dec = 0, lin = 1, oct = 2, list = 3 };
@@ -84,7 +85,7 @@ private:
 /// Walks the values of a copy of a SweepVariation, so editing the source does
 /// not disturb a running walk. At most 51 values are ever visited.
 /// Use: `for (SweepVariationIterator it(v); it; ++it) use(*it);`
-class SweepVariationIterator {
+class CANAL_EXPORT SweepVariationIterator {
 public:
     explicit SweepVariationIterator(const SweepVariation& v);
 

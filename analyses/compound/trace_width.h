@@ -4,6 +4,7 @@
 
 #include "analyses/compound/trace_width_math.h"
 #include "analyses/single/tran.h"
+#include "canal/export.h"
 #include "engine/plot_event_sink.h"
 #include "platform/lists.h"
 
@@ -20,7 +21,7 @@ class CASimulationEngine;
 /// transient on the collection's engine, the plot callbacks keep one record
 /// per pin-current vector, and the results go to a chart log and a table on
 /// the engine's page. Copies do not share an open diagnostic file.
-class TraceWidthAnalysis : public TranAnalysis, public CPlotEventSink {
+class CANAL_EXPORT TraceWidthAnalysis : public TranAnalysis, public CPlotEventSink {
 public:
     /// `main` is borrowed (may be null); its engine runs the analysis.
     explicit TraceWidthAnalysis(const Analyses* main = nullptr);
@@ -116,7 +117,7 @@ private:
 };
 
 /// Trace width analysis: a transient run whose result is a minimum trace width per component pin.
-class Analyses::TraceWidth
+class CANAL_EXPORT Analyses::TraceWidth
     : public SettingsAnalysis<Analyses::TraceWidth, Analyses::AnalysisType::TraceWidth,
                               TraceWidthAnalysis>,
       public TranAccessors<Analyses::TraceWidth> {

@@ -10,6 +10,7 @@
 #include "analyses/single/ac.h"
 #include "analyses/single/sens.h"
 #include "analyses/single/tran.h"
+#include "canal/export.h"
 #include "engine/plot_event_sink.h"
 #include "platform/grapher.h"
 #include "platform/resources.h"
@@ -22,7 +23,7 @@ class CASimulationEngine;
 
 /// What one run of the underlying analysis yields: small enough to travel
 /// from a worker back to the process that merges the runs.
-struct WcMcRunResult {
+struct CANAL_EXPORT WcMcRunResult {
     WcMcRunData data;      ///< the measurement, with the run's label and description
     CGrapherTrace curve;   ///< the output over x as the run produced it
     int commandResult = 0; ///< the simulator's answer to the run's command (non-zero: success)
@@ -31,7 +32,7 @@ struct WcMcRunResult {
 /// The settings and the runs of a worst-case (flag 1) or Monte Carlo (flag 0)
 /// analysis. Receives the simulator's plot events of its inner runs as the
 /// engine's analysis event sink while ExecuteAnalysis runs.
-class WcMcAnalysis : public CPlotEventSink {
+class CANAL_EXPORT WcMcAnalysis : public CPlotEventSink {
 public:
     /// The analysis run for every parameter set.
     enum WcMcAnalysisType : int32_t { WcMcDcOp = 0, WcMcAc = 1, WcMcTran = 2 };
@@ -279,7 +280,7 @@ private:
 /// The analyses built on WcMcAnalysis: kind, nickname and the common parts
 /// from Analyses::Analysis, everything else from the settings.
 template <class Derived, Analyses::AnalysisType Kind, int WorstCase, unsigned NoOutputMessage>
-class WcMcKindAnalysis : public AnalysisIdentity<Derived, Kind>, public WcMcAnalysis {
+class CANAL_EXPORT WcMcKindAnalysis : public AnalysisIdentity<Derived, Kind>, public WcMcAnalysis {
 public:
     explicit WcMcKindAnalysis(const Analyses* main = nullptr)
         : AnalysisIdentity<Derived, Kind>(main), WcMcAnalysis(main, WorstCase) {
@@ -319,14 +320,16 @@ protected:
     }
 };
 
-class Analyses::Monte : public WcMcKindAnalysis<Analyses::Monte, Analyses::AnalysisType::Monte, 0,
-                                                IDS_MC_ERR_NO_OUTPUT> {
+class CANAL_EXPORT Analyses::Monte
+    : public WcMcKindAnalysis<Analyses::Monte, Analyses::AnalysisType::Monte, 0,
+                              IDS_MC_ERR_NO_OUTPUT> {
 public:
     using WcMcKindAnalysis::WcMcKindAnalysis;
 };
 
-class Analyses::Worst : public WcMcKindAnalysis<Analyses::Worst, Analyses::AnalysisType::Worst, 1,
-                                                IDS_WC_ERR_NO_OUTPUT> {
+class CANAL_EXPORT Analyses::Worst
+    : public WcMcKindAnalysis<Analyses::Worst, Analyses::AnalysisType::Worst, 1,
+                              IDS_WC_ERR_NO_OUTPUT> {
 public:
     using WcMcKindAnalysis::WcMcKindAnalysis;
 };

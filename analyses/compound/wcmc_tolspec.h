@@ -2,6 +2,7 @@
 #pragma once
 
 #include "analyses/compound/wcmc_run_data.h"
+#include "canal/export.h"
 #include "engine/device_member.h"
 #include "platform/random.h"
 #include "platform/treelog.h"
@@ -14,7 +15,7 @@ class Instance;
 
 /// One tolerance on one parameter of a circuit element. A plain value: copies
 /// carry every field, the random stream's state included.
-class WcMcTolSpec {
+class CANAL_EXPORT WcMcTolSpec {
 public:
     enum Distribution : int32_t { Uniform = 0, Gaussian = 1 };
     /// Unique: the tolerance draws from its own stream; lots 1 to 9 share one
@@ -159,4 +160,4 @@ private:
 /// The check made when a user enters a tolerance: "" when it is acceptable,
 /// else the first failing message. Exactly 100% is refused, though the
 /// message speaks of "less than or equal".
-CString ValidateTolSpec(const WcMcTolSpec& spec);
+CANAL_EXPORT CString ValidateTolSpec(const WcMcTolSpec& spec);

@@ -2,6 +2,7 @@
 // with its enumerations, and the shared scale and output-class types.
 #pragma once
 
+#include "canal/export.h"
 #include "platform/cstring.h"
 #include "platform/minmax.h"
 #include "platform/property.h"
@@ -19,13 +20,13 @@ class Instance; // component instance a clone may be bound to; unused here
 class CASimulationEngine;
 class SelectableAnalysisProxyList;
 
-struct COkCancelSimulate {
+struct CANAL_EXPORT COkCancelSimulate {
     enum EditMode { Ok = 0, Cancel = 1, Simulate = 2 };
 };
 
 /// Common root of an analysis, an analysis proxy and the collection, so the
 /// three can travel through one pointer type.
-class COrvo {
+class CANAL_EXPORT COrvo {
 public:
     enum Type : int { Analysis = 0, Proxy = 1, Collection = 2 };
 
@@ -59,7 +60,7 @@ enum OutputVariableClass : int {
 
 /// The set of all analyses of one circuit, and the scope of every analysis
 /// class (Analyses::Ac, Analyses::Tran, ...).
-class Analyses : public COrvo {
+class CANAL_EXPORT Analyses : public COrvo {
 public:
     /// Scoped, because the analysis classes carry the same words (Analyses::Op is
     /// the class, Analyses::AnalysisType::Op its kind).

@@ -6,10 +6,11 @@
 #include "analyses/core/analysis_nodes.h"
 #include "analyses/core/analysis_options.h"
 #include "analyses/core/property_keys.h"
+#include "canal/export.h"
 
 #include <cstdint>
 
-class Analyses::Analysis : public COrvo {
+class CANAL_EXPORT Analyses::Analysis : public COrvo {
 public:
     /// Bits selecting the pieces of a command script.
     enum NutmegType : long {

@@ -4,6 +4,7 @@
 
 #include "analyses/core/analysis.h"
 #include "analyses/kinds.h"
+#include "canal/export.h"
 
 #include <new>
 #include <type_traits>
@@ -19,7 +20,7 @@
 /// PropertyKeys::Key<Derived>> Keys()` (private, with `friend AnalysisIdentity;`):
 /// its record is then written and read through that table.
 template <class Derived, Analyses::AnalysisType Kind, class Base = Analyses::Analysis>
-class AnalysisIdentity : public Base {
+class CANAL_EXPORT AnalysisIdentity : public Base {
 public:
     using Base::Base;
     AnalysisIdentity(const AnalysisIdentity& other) : Base(other) {
@@ -62,7 +63,7 @@ private:
 /// right after the common fields and answers from it: kind, node classes,
 /// reset, command, record and readable text all go to the settings.
 template <class Derived, Analyses::AnalysisType Kind, class Settings>
-class SettingsAnalysis : public AnalysisIdentity<Derived, Kind> {
+class CANAL_EXPORT SettingsAnalysis : public AnalysisIdentity<Derived, Kind> {
 public:
     /// `main` (borrowed, may be null) goes to the base and to the settings.
     explicit SettingsAnalysis(const Analyses* main = nullptr)

@@ -3,17 +3,18 @@
 #pragma once
 
 #include "analyses/core/analyses.h"
+#include "canal/export.h"
 #include "platform/spice.h"
 
 /// Writes the readable lines of four axis scales and ranges under `parent`
 /// (shared by every analysis that shows plot axes).
-void AxisScalesToReadableText(CTreeLog& log, _TREEITEM* parent, const ScaleType scales[4],
-                              const CGrapherAxes& axes);
+CANAL_EXPORT void AxisScalesToReadableText(CTreeLog& log, _TREEITEM* parent,
+                                           const ScaleType scales[4], const CGrapherAxes& axes);
 
 /// Text of a scale ("lin", "log", "dec", "oct"); "" for 4 or unknown values.
-const char* ScaleTypeText(int scale);
+CANAL_EXPORT const char* ScaleTypeText(int scale);
 
-class Analyses::AnalysisNodes {
+class CANAL_EXPORT Analyses::AnalysisNodes {
 public:
     enum NodeFilterGroup : int { Unselected = 0, Selected = 1 };
     enum Mode : int { Variables = 0, Components = 1, Nodes = 2 };

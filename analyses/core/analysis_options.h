@@ -4,8 +4,9 @@
 
 #include "analyses/core/analyses.h"
 #include "analyses/kinds.h"
+#include "canal/export.h"
 
-class AnalysisOptions {
+class CANAL_EXPORT AnalysisOptions {
 public:
     enum Option : int {
         acct = 0,

@@ -2,9 +2,10 @@
 #pragma once
 
 #include "analyses/core/analysis.h"
+#include "canal/export.h"
 #include "platform/lists.h"
 
-class Analyses::AnalysisProxy : public COrvo {
+class CANAL_EXPORT Analyses::AnalysisProxy : public COrvo {
 public:
     AnalysisProxy();
     /// With `own` non-zero the proxy keeps and owns `a->Clone()`; with 0 it
@@ -145,13 +146,13 @@ private:
 };
 
 /// A run-list entry: an analysis put up to run, and whether the user selected it.
-struct SelectableAnalysisProxy {
+struct CANAL_EXPORT SelectableAnalysisProxy {
     int selected = 1;
     Analyses::AnalysisProxy proxy;
 };
 
 /// The collection's run list: a locked list of entries, each owning its proxy.
-class SelectableAnalysisProxyList : public CopiableSList<SelectableAnalysisProxy> {
+class CANAL_EXPORT SelectableAnalysisProxyList : public CopiableSList<SelectableAnalysisProxy> {
 public:
     /// Appends a copy of `proxy` (an owning proxy's analysis is copied too).
     SelectableAnalysisProxy& AddProxy(const Analyses::AnalysisProxy& proxy, int selected = 1) {

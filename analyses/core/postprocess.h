@@ -2,12 +2,13 @@
 #pragma once
 
 #include "analyses/core/analyses.h"
+#include "canal/export.h"
 #include "platform/lists.h"
 
 #include <cstdint>
 
 /// One chart or graph on a page, with its trace expressions.
-class PP_Diagram {
+class CANAL_EXPORT PP_Diagram {
 public:
     enum Type : int32_t { Chart = 0, Graph = 1 };
 
@@ -38,7 +39,7 @@ private:
 };
 
 /// One page of diagrams, in display order.
-class PP_Page {
+class CANAL_EXPORT PP_Page {
 public:
     explicit PP_Page(_TREEITEM* item = nullptr) : treeItem_(item) {}
     PP_Page(const PP_Page&) = default;
@@ -61,7 +62,7 @@ private:
 };
 
 /// The post-processing pages of one reference analysis.
-class PostProcess {
+class CANAL_EXPORT PostProcess {
 public:
     PostProcess() = default;
     PostProcess(const PostProcess&) = default;

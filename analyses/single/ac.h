@@ -2,12 +2,13 @@
 #pragma once
 
 #include "analyses/core/analysis_identity.h"
+#include "canal/export.h"
 
 #include <cstdint>
 
 /// Settings of a frequency sweep and the plot axes that go with it. Not an
 /// analysis by itself: AC, distortion, noise and noise figure hold one by value.
-class AcAnalysis {
+class CANAL_EXPORT AcAnalysis {
 public:
     enum Variation : int32_t { Decade = 0, Octave = 1, Linear = 2 };
 
@@ -79,7 +80,8 @@ private:
 };
 
 /// Small-signal AC analysis; also the base of distortion, noise and noise figure.
-class Analyses::Ac : public SettingsAnalysis<Analyses::Ac, Analyses::AnalysisType::Ac, AcAnalysis> {
+class CANAL_EXPORT Analyses::Ac
+    : public SettingsAnalysis<Analyses::Ac, Analyses::AnalysisType::Ac, AcAnalysis> {
 public:
     /// The default constructor resets like the others, so that every Ac starts
     /// with the machine's default maximum of plot points, not with 0.

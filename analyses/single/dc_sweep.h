@@ -2,10 +2,11 @@
 #pragma once
 
 #include "analyses/core/analysis_identity.h"
+#include "canal/export.h"
 
 #include <cstdint>
 
-class Analyses::DcSweep
+class CANAL_EXPORT Analyses::DcSweep
     : public AnalysisIdentity<Analyses::DcSweep, Analyses::AnalysisType::DcSweep> {
 public:
     explicit DcSweep(const Analyses* main = nullptr);

@@ -2,10 +2,11 @@
 #pragma once
 
 #include "analyses/single/ac.h"
+#include "canal/export.h"
 
 #include <cstdint>
 
-class Analyses::Disto
+class CANAL_EXPORT Analyses::Disto
     : public AnalysisIdentity<Analyses::Disto, Analyses::AnalysisType::Disto, Analyses::Ac> {
 public:
     explicit Disto(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }

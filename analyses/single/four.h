@@ -2,10 +2,12 @@
 #pragma once
 
 #include "analyses/single/tran.h"
+#include "canal/export.h"
 
 #include <cstdint>
 
-class Analyses::Four : public AnalysisIdentity<Analyses::Four, Analyses::AnalysisType::Four> {
+class CANAL_EXPORT Analyses::Four
+    : public AnalysisIdentity<Analyses::Four, Analyses::AnalysisType::Four> {
 public:
     enum Plot : int32_t { Chart = 0, Graph = 1, GraphAndChart = 2 };
 

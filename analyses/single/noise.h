@@ -2,10 +2,11 @@
 #pragma once
 
 #include "analyses/single/ac.h"
+#include "canal/export.h"
 
 #include <cstdint>
 
-class Analyses::Noise
+class CANAL_EXPORT Analyses::Noise
     : public AnalysisIdentity<Analyses::Noise, Analyses::AnalysisType::Noise, Analyses::Ac> {
 public:
     explicit Noise(const Analyses* main = nullptr);

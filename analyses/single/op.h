@@ -2,8 +2,10 @@
 #pragma once
 
 #include "analyses/core/analysis_identity.h"
+#include "canal/export.h"
 
-class Analyses::Op : public AnalysisIdentity<Analyses::Op, Analyses::AnalysisType::Op> {
+class CANAL_EXPORT Analyses::Op
+    : public AnalysisIdentity<Analyses::Op, Analyses::AnalysisType::Op> {
 public:
     explicit Op(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }
 

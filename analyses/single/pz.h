@@ -2,10 +2,12 @@
 #pragma once
 
 #include "analyses/core/analysis_identity.h"
+#include "canal/export.h"
 
 #include <cstdint>
 
-class Analyses::Pz : public AnalysisIdentity<Analyses::Pz, Analyses::AnalysisType::Pz> {
+class CANAL_EXPORT Analyses::Pz
+    : public AnalysisIdentity<Analyses::Pz, Analyses::AnalysisType::Pz> {
 public:
     /// Kind of transfer function; values outside 0..3 act as Gain.
     enum PZanType : int32_t { Gain = 0, Impedance = 1, InputImpedance = 2, OutputImpedance = 3 };

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "analyses/core/analysis_identity.h"
+#include "canal/export.h"
 
-class Analyses::Run : public AnalysisIdentity<Analyses::Run, Analyses::AnalysisType::Run> {
+class CANAL_EXPORT Analyses::Run
+    : public AnalysisIdentity<Analyses::Run, Analyses::AnalysisType::Run> {
 public:
     explicit Run(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }
 

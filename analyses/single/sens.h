@@ -5,13 +5,14 @@
 #include "analyses/core/analysis_proxy.h"
 #include "analyses/single/ac.h"
 #include "analyses/single/op.h"
+#include "canal/export.h"
 
 #include <cstdint>
 
 /// The two analyses a sensitivity can run on and the proxy that borrows the one in
 /// use, which decides the sensitivity type. A copy's proxy borrows the copy's own
 /// analysis, never the source's.
-class SensTarget {
+class CANAL_EXPORT SensTarget {
 public:
     explicit SensTarget(const Analyses* main) : ac(main), op(main) {
         Select(Analyses::AnalysisType::Op);
@@ -31,7 +32,7 @@ public:
 };
 
 /// The settings of a sensitivity analysis.
-class SensAnalysis {
+class CANAL_EXPORT SensAnalysis {
 public:
     explicit SensAnalysis(const Analyses* main = nullptr);
     SensAnalysis(const SensAnalysis&) = default;
@@ -108,7 +109,7 @@ private:
     SensTarget target_;
 };
 
-class Analyses::Sens
+class CANAL_EXPORT Analyses::Sens
     : public SettingsAnalysis<Analyses::Sens, Analyses::AnalysisType::Sens, SensAnalysis> {
 public:
     using SettingsAnalysis::SettingsAnalysis;

@@ -2,10 +2,12 @@
 #pragma once
 
 #include "analyses/core/analysis_identity.h"
+#include "canal/export.h"
 
 #include <cstdint>
 
-class Analyses::Tf : public AnalysisIdentity<Analyses::Tf, Analyses::AnalysisType::Tf> {
+class CANAL_EXPORT Analyses::Tf
+    : public AnalysisIdentity<Analyses::Tf, Analyses::AnalysisType::Tf> {
 public:
     explicit Tf(const Analyses* main = nullptr);
 

@@ -2,12 +2,13 @@
 #pragma once
 
 #include "analyses/core/analysis_identity.h"
+#include "canal/export.h"
 
 #include <cstdint>
 
 /// Time settings of a transient run (seconds) and its horizontal plot range.
 /// Transient, Fourier, the sweeps and the statistical analyses hold one by value.
-class TranAnalysis {
+class CANAL_EXPORT TranAnalysis {
 public:
     enum TMaxMode : int32_t { NotUsed = 0, Explicit = 1, Points = 2, Calculate = 3 };
     enum IC : int32_t { DcOp = 0, ZeroIc = 1, Uic = 2, AutoIc = 3 };
@@ -108,7 +109,7 @@ private:
 /// The time accessors of an analysis holding transient settings (reached
 /// through `Derived::GetTranAnalysis()`), so that the transient analysis and
 /// every analysis built on a transient run offer them under the same names.
-template <class Derived> class TranAccessors {
+template <class Derived> class CANAL_EXPORT TranAccessors {
 public:
     int GetCalc_tstep() const { return tran().GetCalc_tstep(); }
     double GetTstep() const { return tran().GetTstep(); }
@@ -141,7 +142,7 @@ private:
 };
 
 /// Time-domain analysis.
-class Analyses::Tran
+class CANAL_EXPORT Analyses::Tran
     : public SettingsAnalysis<Analyses::Tran, Analyses::AnalysisType::Tran, TranAnalysis>,
       public TranAccessors<Analyses::Tran> {
 public:

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "analyses/core/analysis_identity.h"
+#include "canal/export.h"
 
-class Analyses::User : public AnalysisIdentity<Analyses::User, Analyses::AnalysisType::User> {
+class CANAL_EXPORT Analyses::User
+    : public AnalysisIdentity<Analyses::User, Analyses::AnalysisType::User> {
 public:
     explicit User(const Analyses* main = nullptr) : AnalysisIdentity(main) { reset(); }
 

@@ -1,6 +1,8 @@
 // The host dialect spelt in ngspice's terms: pure text functions, no simulator needed.
 #pragma once
 
+#include "canal/ngspice_export.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,7 +14,7 @@ namespace host {
 /// ASCII lower case; ngspice reads netlists and vector names case-insensitively.
 std::string Lower(std::string_view s);
 /// Without leading and trailing blanks, tabs and line ends.
-std::string Trim(std::string_view s);
+CANAL_NGSPICE_EXPORT std::string Trim(std::string_view s);
 /// The words of a statement, split at any run of white space.
 std::vector<std::string> Tokens(std::string_view s);
 /// The whole of `s` as a number (a leading '+' allowed), read in the C locale; false otherwise.
@@ -56,7 +58,7 @@ enum class StatementKind {
     Simulator,       ///< anything else: the user's own ngspice text
 };
 /// The kind of a statement whose first word is `word` (any case).
-StatementKind ClassifyStatement(std::string_view word);
+CANAL_NGSPICE_EXPORT StatementKind ClassifyStatement(std::string_view word);
 
 // --- options -----------------------------------------------------------------------------------
 

@@ -2,6 +2,7 @@
 // parameters and read the circuit's members through it.
 #pragma once
 
+#include "canal/ngspice_export.h"
 #include "engine/compound_commands.h"
 #include "engine/simulation_engine.h"
 #include "host/ngspice/circuit_reader.h"
@@ -27,7 +28,7 @@ struct SensitivityPlot; ///< a plot as the sensitivity child sends it back
 /// becomes "alter @INSTANCE[PARAM] = V", 2019 (device, model, parameter) "altermod MODEL PARAM =
 /// V". Empty device or model names match any. A change the circuit cannot take answers 0 and
 /// makes the engine's next silent command fail with the reason.
-class NgSpiceSnapIn : public CInstrumentInterface {
+class CANAL_NGSPICE_EXPORT NgSpiceSnapIn : public CInstrumentInterface {
 public:
     explicit NgSpiceSnapIn(NgSpiceEngine& engine) : engine_(engine) {}
     /// `names` holds a CStringArray, `value` a CPropertyItem (or a number or text).
@@ -49,7 +50,7 @@ private:
 /// circuit's members are read first, the analysis drives ngspice through this engine, and
 /// afterwards the circuit is put back as the netlist has it (parameters, temperature), so that
 /// later analyses see the circuit the user wrote.
-class NgSpiceEngine : public CASimulationEngine {
+class CANAL_NGSPICE_EXPORT NgSpiceEngine : public CASimulationEngine {
 public:
     explicit NgSpiceEngine(NgSpiceSession& session);
     ~NgSpiceEngine() override;
@@ -227,10 +228,10 @@ private:
 /// with its "XParamToSweep" partner's parameter name (empty when there is none), walking nested
 /// lists (tolerances, nested sweeps). A sweep's record ("SweepType" present) contributes only
 /// the pair of its sweep type: 0 "Inst", 1 "Model", 2 none. Empty member names are skipped.
-struct MemberReference {
+struct CANAL_NGSPICE_EXPORT MemberReference {
     CPropertyList member;
     std::string parameter;
 };
-std::vector<MemberReference> FindMemberReferences(const CPropertyList& record);
+CANAL_NGSPICE_EXPORT std::vector<MemberReference> FindMemberReferences(const CPropertyList& record);
 
 } // namespace host

@@ -2,6 +2,7 @@
 // its scopes into result pages.
 #pragma once
 
+#include "canal/ngspice_export.h"
 #include "report/page.h"
 
 #include <functional>
@@ -15,7 +16,7 @@ class PlotListener;
 
 /// What a script run produced. Pages already filled are kept when a later
 /// statement fails.
-struct RunResult {
+struct CANAL_NGSPICE_EXPORT RunResult {
     bool ok = true;
     std::string error; ///< first failure, with ngspice's own message
     std::vector<report::Page> pages;
@@ -25,7 +26,7 @@ struct RunResult {
     std::vector<std::string> notes;
 };
 
-struct RunOptions {
+struct CANAL_NGSPICE_EXPORT RunOptions {
     /// Called with short progress texts ("Simulating...: ac 1.2 kHz"), throttled
     /// to one call per 33 ms; may be empty.
     std::function<void(const std::string&)> status;
@@ -54,7 +55,7 @@ struct RunOptions {
 };
 
 /// Borrows the process's ngspice session; the session must outlive the runner.
-class ScriptRunner {
+class CANAL_NGSPICE_EXPORT ScriptRunner {
 public:
     explicit ScriptRunner(NgSpiceSession& session);
 

@@ -1,6 +1,8 @@
 // The process's one libngspice session: initialisation, commands, captured output and plot data.
 #pragma once
 
+#include "canal/ngspice_export.h"
+
 #include <cstddef>
 #include <map>
 #include <mutex>
@@ -40,14 +42,14 @@ struct vecinfoall;
 namespace host {
 
 /// One vector of a plot as the plot is announced, before data arrives.
-struct PlotVectorInfo {
+struct CANAL_NGSPICE_EXPORT PlotVectorInfo {
     std::string name;
     bool isReal = true;
     bool isScale = false; ///< the plot's x vector (frequency, time, sweep)
 };
 
 /// A plot that ngspice has just set up ("ac1", type "AC Analysis").
-struct PlotInfo {
+struct CANAL_NGSPICE_EXPORT PlotInfo {
     std::string name;  ///< ngspice's plot name, e.g. "ac1"
     std::string type;  ///< ngspice's plot title, e.g. "AC Analysis"
     std::string title; ///< the circuit's title line
@@ -55,7 +57,7 @@ struct PlotInfo {
 };
 
 /// One accepted data point: a value per vector, in the order of `PlotInfo::vectors`.
-struct DataRow {
+struct CANAL_NGSPICE_EXPORT DataRow {
     int index = 0; ///< number of the point within the plot, from 0
     const double* re = nullptr;
     const double* im = nullptr; ///< zeros for real vectors
@@ -65,7 +67,7 @@ struct DataRow {
 /// Receives the plot data of a running analysis. Calls arrive on the thread that issued the
 /// command, inside `NgSpiceSession::Command`. What a listener throws fails that command with the
 /// exception's text; it never reaches ngspice.
-class PlotListener {
+class CANAL_NGSPICE_EXPORT PlotListener {
 public:
     virtual ~PlotListener() = default;
     virtual void OnBeginPlot(const PlotInfo& plot) = 0;
@@ -78,7 +80,7 @@ public:
 };
 
 /// What one command printed and whether ngspice reported an error.
-struct CommandResult {
+struct CANAL_NGSPICE_EXPORT CommandResult {
     bool ok = true;
     std::string error; ///< ngspice's own error text: the first error line and up to four after it
     std::vector<std::string> out;   ///< stdout lines, without the "stdout " prefix
@@ -92,7 +94,7 @@ struct CommandResult {
 };
 
 /// A vector copied out of ngspice.
-struct VectorData {
+struct CANAL_NGSPICE_EXPORT VectorData {
     std::string name;
     int type = 0; ///< ngspice's vector type (1 time, 2 frequency, 3 voltage, 4 current, ...)
     bool isComplex = false;
@@ -100,7 +102,7 @@ struct VectorData {
     std::vector<double> im; ///< empty for real vectors
 };
 
-class NgSpiceSession {
+class CANAL_NGSPICE_EXPORT NgSpiceSession {
 public:
     /// The session of this process, initialised on first use.
     static NgSpiceSession& Get();
