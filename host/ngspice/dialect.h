@@ -12,11 +12,11 @@ namespace host {
 // --- text --------------------------------------------------------------------------------------
 
 /// ASCII lower case; ngspice reads netlists and vector names case-insensitively.
-std::string Lower(std::string_view s);
+CANAL_NGSPICE_EXPORT std::string Lower(std::string_view s);
 /// Without leading and trailing blanks, tabs and line ends.
 CANAL_NGSPICE_EXPORT std::string Trim(std::string_view s);
 /// The words of a statement, split at any run of white space.
-std::vector<std::string> Tokens(std::string_view s);
+CANAL_NGSPICE_EXPORT std::vector<std::string> Tokens(std::string_view s);
 /// The whole of `s` as a number (a leading '+' allowed), read in the C locale; false otherwise.
 [[nodiscard]] bool ParseNumber(std::string_view s, double& value);
 /// "%lg", the form in which the dialect and ngspice's option commands write numbers.
