@@ -4,6 +4,8 @@
 
 #include "analyses/core/analysis.h"
 #include "engine/compound_commands.h"
+#include "engine/run_distributor.h"
+#include "engine/run_tape.h"
 #include "platform/helpers.h"
 #include "platform/resources.h"
 
@@ -86,6 +88,41 @@ bool HasOutputParameter(CSPICEdevMemberList& list, const CString& name, const CS
 }
 
 } // namespace
+
+// Puts a tape on the engine for one run: recording (the run's status texts and pages stay out
+// of this process's front end and results: the run may well be made in another process) or
+// playing back. Everything goes back as it was when the scope ends.
+class RunTapeScope {
+public:
+    RunTapeScope(CASimulationEngine& engine, CRunTape& tape, bool record)
+        : engine_(engine), tape_(std::exchange(engine.tape_, &tape)),
+          recording_(std::exchange(engine.recording_, record)), guiFE_(engine.guiFE_) {
+        if (record) {
+            engine_.guiFE_ = nullptr;
+            openPage_ = std::exchange(engine_.openPage_, std::nullopt);
+            finishedPages_ = std::exchange(engine_.finishedPages_, {});
+        }
+    }
+    ~RunTapeScope() {
+        if (engine_.recording_) {
+            engine_.guiFE_ = guiFE_;
+            engine_.openPage_ = std::move(openPage_);
+            engine_.finishedPages_ = std::move(finishedPages_);
+        }
+        engine_.tape_ = tape_;
+        engine_.recording_ = recording_;
+    }
+    RunTapeScope(const RunTapeScope&) = delete;
+    RunTapeScope& operator=(const RunTapeScope&) = delete;
+
+private:
+    CASimulationEngine& engine_;
+    CRunTape* tape_;
+    bool recording_;
+    CGuiFE* guiFE_;
+    std::optional<CGrapherPage> openPage_;
+    std::vector<CGrapherPage> finishedPages_;
+};
 
 // Rate estimator
 
@@ -406,6 +443,75 @@ void CASimulationEngine::EndUpdateStatusBarAnalysisData() {
     guiFE_->SetProperty(GUIFE_SIMULATION_STATE, IITVariant(2), nullptr, nullptr);
     const IITVariant first(1);
     guiFE_->SetProperty(GUIFE_STATUS_TEXT, IITVariant(CString()), &first, nullptr);
+}
+
+// Independent runs
+
+int CASimulationEngine::SendAnalysisEvent(CEventSource* source, const EventData& data) {
+    if (!analysisEventSink_)
+        return 0;
+    if (tape_ && recording_)
+        tape_->RecordEvent(data);
+    return analysisEventSink_->HandleEventIndirect(source, &data);
+}
+
+int CASimulationEngine::RunSimulatorCommand(const CString& command) {
+    if (tape_ && !recording_)
+        return tape_->PlayCommand(analysisEventSink_, failureReplay_);
+    const int answer = SilentExecuteSimulatorCommand(command);
+    if (tape_)
+        tape_->RecordAnswer(answer);
+    return answer;
+}
+
+void CASimulationEngine::NoteSimulatorFailure(const CString& message) {
+    if (tape_ && recording_)
+        tape_->RecordMessage(message);
+}
+
+bool CASimulationEngine::MapRuns(size_t count, const RunJob& job, const RunMerge& merge) {
+    // Runs inside a run are part of it: they are made where it is made.
+    const bool nested = tape_ != nullptr;
+    const auto progress = [&](size_t done, size_t total) {
+        if (nested || !guiFE_)
+            return;
+        const IITVariant all(static_cast<long>(total));
+        guiFE_->SetProperty(GUIFE_RUN_PROGRESS, IITVariant(static_cast<long>(done)), &all, nullptr);
+    };
+    progress(0, count);
+    bool finished = true;
+    if (!distributor_ || nested) {
+        for (size_t i = 0; i < count; ++i) {
+            const bool go = merge(i);
+            progress(i + 1, count);
+            if (!go)
+                break;
+        }
+    } else {
+        const auto make = [&](size_t index) {
+            CRunTape tape;
+            {
+                const RunTapeScope scope(*this, tape, true);
+                job(index);
+            }
+            return tape.ToBytes();
+        };
+        size_t merged = 0;
+        const auto take = [&](size_t index, const CRunOutcome& outcome) {
+            CRunTape tape =
+                outcome.ok ? CRunTape::FromBytes(outcome.bytes) : CRunTape::Failed(outcome.error);
+            bool go = false;
+            {
+                const RunTapeScope scope(*this, tape, false);
+                go = merge(index);
+            }
+            progress(++merged, count);
+            return go;
+        };
+        finished = distributor_->Map(count, make, take);
+    }
+    progress(0, 0);
+    return finished;
 }
 
 // Result pages

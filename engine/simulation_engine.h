@@ -18,6 +18,9 @@
 #include <optional>
 #include <vector>
 
+class CRunDistributor;
+class CRunTape;
+
 /// Estimates time per unit of x over the last N updates with running sums, so
 /// that each update is constant time and allocation-free.
 class CANAL_EXPORT CProgressRate {
@@ -120,15 +123,51 @@ public:
 
     CEventSink* GetAnalysisEventSink() const { return analysisEventSink_; }
     void SetAnalysisEventSink(CEventSink* sink) { analysisEventSink_ = sink; }
+    /// The host's way to the running analysis: hands a plot event to the analysis event sink
+    /// and returns its answer (0 without a sink). Inside a run that is being recorded the
+    /// event is kept for the process that merges the runs.
+    int SendAnalysisEvent(CEventSource* source, const EventData& data);
     CGuiFE* GetGuiFE() const { return guiFE_; }
     void SetGuiFE(CGuiFE* fe) { guiFE_ = fe; }
-    /// The simulator snap-in (borrowed), or null when parameters cannot be set.
-    CInstrumentInterface* GetSimulatorSnapIn() const { return simulatorSnapIn_; }
+    /// The simulator snap-in (borrowed), or null when parameters cannot be set. Null also while
+    /// a run made elsewhere is played back: its parameters were set where it ran.
+    CInstrumentInterface* GetSimulatorSnapIn() const {
+        return tape_ && !recording_ ? nullptr : simulatorSnapIn_;
+    }
     void SetSimulatorSnapIn(CInstrumentInterface* snapIn) { simulatorSnapIn_ = snapIn; }
     const CString& GetIPlot() const { return iPlot_; }
     void SetIPlot(const CString& iplot) { iPlot_ = iplot; }
     int GetIPlotCount() const { return iPlotCount_; }
     void SetIPlotCount(int count) { iPlotCount_ = count; }
+
+    // Independent runs of compound analyses.
+    /// Where the independent runs go (borrowed, may be null: every run here, in order). The
+    /// distributor must outlive its use by this engine.
+    void SetRunDistributor(CRunDistributor* distributor) { distributor_ = distributor; }
+    CRunDistributor* GetRunDistributor() const { return distributor_; }
+    /// Makes run `index`: the analysis code of one run, its simulator commands going through
+    /// RunSimulatorCommand. Whatever else it changes is the business of the process it ran in.
+    using RunJob = std::function<void(size_t index)>;
+    /// Merges run `index` into the results, in run order, in this process: the same analysis
+    /// code makes the run again, its commands answered with what the job received (or failing
+    /// with the worker's message when the job failed). False ends the runs.
+    using RunMerge = std::function<bool(size_t index)>;
+    /// Makes `count` independent runs through the distributor and merges them in order. Without
+    /// one, or inside a run that is being recorded or played back, `merge` alone makes each
+    /// run here. The front end hears the number of runs merged (GUIFE_RUN_PROGRESS). False when
+    /// a stop request ended the runs before all were merged.
+    bool MapRuns(size_t count, const RunJob& job, const RunMerge& merge);
+    /// The analyses' way to the simulator: SilentExecuteSimulatorCommand, recorded inside a run
+    /// being recorded, answered from the recording while one is played back.
+    int RunSimulatorCommand(const CString& command);
+    /// A simulator failure message the host records: kept on a run being recorded, so that the
+    /// merging process reports it too.
+    void NoteSimulatorFailure(const CString& message);
+    /// What hears the failure messages of played-back runs (the host's own record of
+    /// failures); may be empty.
+    void SetFailureReplay(std::function<void(const CString&)> replay) {
+        failureReplay_ = std::move(replay);
+    }
 
     // Status bar.
     /// Stores `type`, takes its nickname as the text and empties the units.
@@ -208,6 +247,13 @@ private:
     std::optional<CGrapherPage> openPage_;
     std::vector<CGrapherPage> finishedPages_;
     CString outputFolder_;
+
+    // Independent runs: where they go, and the tape of the run being recorded or played back.
+    CRunDistributor* distributor_ = nullptr;
+    CRunTape* tape_ = nullptr;
+    bool recording_ = false;
+    std::function<void(const CString&)> failureReplay_;
+    friend class RunTapeScope;
 };
 
 /// Sets an engine's analysis event sink for one scope and clears it on exit,

@@ -11,9 +11,12 @@ class CTreeInstance; // the host's schematic instance; this library only passes 
 
 /// Property ids of the front end that the engine's status-bar texts use.
 enum GuiFEProperty : long {
-    GUIFE_STATUS_TEXT = 10019,     ///< the status-bar text (set)
-    GUIFE_CURRENT_STATUS = 10113,  ///< the text the status bar shows now (get)
-    GUIFE_SIMULATION_STATE = 10118 ///< 1 while simulating, 2 when done
+    GUIFE_STATUS_TEXT = 10019,      ///< the status-bar text (set)
+    GUIFE_CURRENT_STATUS = 10113,   ///< the text the status bar shows now (get)
+    GUIFE_SIMULATION_STATE = 10118, ///< 1 while simulating, 2 when done
+    /// Runs of known count (set): the value is the number merged, the index the number in
+    /// all; a count of 0 ends the progress display.
+    GUIFE_RUN_PROGRESS = 10120
 };
 
 /// The host's front end. Borrowed by the engine; the host keeps it alive for as

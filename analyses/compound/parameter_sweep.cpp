@@ -426,8 +426,7 @@ void ParameterSweep::SetSelectedParameter(const CSPICEdevMember& member,
         return;
     if (sweepType_ == TemperatureSweep) {
         const CString text = value.GetValue();
-        engine->SilentExecuteSimulatorCommand(text.IsEmpty() ? CString("set -temp")
-                                                             : "set temp = " + text);
+        engine->RunSimulatorCommand(text.IsEmpty() ? CString("set -temp") : "set temp = " + text);
         return;
     }
     CInstrumentInterface* snapIn = engine->GetSimulatorSnapIn();
@@ -487,7 +486,7 @@ int ParameterSweep::RunInner(CASimulationEngine& engine, long* counter) {
     // Only the plots of the inner run are results; a temperature change is not one.
     const auto run = [&](const CString& command) {
         collecting_ = true;
-        const int result = engine.SilentExecuteSimulatorCommand(command);
+        const int result = engine.RunSimulatorCommand(command);
         collecting_ = false;
         collected_.clear();
         return result;
@@ -540,10 +539,10 @@ int ParameterSweep::ExecuteAnalysis(const char* text, long* counter) {
     firstTraceOfIter_ = 0;
 
     int result = 1;
-    for (SweepVariationIterator it(variations_[type]); it && !stopFlag_ && !IsStopRequested();
-         ++it) {
+    // One value of the walk, and what it adds to the page; false ends the walk.
+    const auto step = [&](double value) {
         ++*counter;
-        currentValue_ = *it;
+        currentValue_ = value;
         iterLabel_ =
             sweepType_ == TemperatureSweep
                 ? GetResourceString(IDS_PSWEEP_TEMP_LABEL) + FormatNumber(currentValue_)
@@ -562,6 +561,7 @@ int ParameterSweep::ExecuteAnalysis(const char* text, long* counter) {
         engine.UpdateStatusBarAnalysisData(0);
 
         const int ran = RunInner(engine, counter);
+        bool goOn = true;
         if (IsStopRequested()) {
             result = 0;
             if (level_ == 1 && runLog_)
@@ -570,10 +570,37 @@ int ParameterSweep::ExecuteAnalysis(const char* text, long* counter) {
             result = 0;
             if (level_ == 1 && runLog_)
                 runLog_->AddEntry(GetResourceString(IDS_PSWEEP_LOG_FAILED), level_);
-            break;
+            goOn = false;
         }
         if (level_ == 1 && !groupAllTraces_ && page_)
             FinishPage(engine);
+        return goOn && !stopFlag_ && !IsStopRequested();
+    };
+
+    // Each value of this level, with everything nested under it, may be made in another
+    // process: a copy of this sweep sets the value there and runs the inner analysis; the
+    // walk itself, with its labels, counters and pages, is made here, in order.
+    std::vector<double> values;
+    for (SweepVariationIterator it(variations_[type]); it; ++it)
+        values.push_back(*it);
+    if (!stopFlag_ && !IsStopRequested()) {
+        const bool finished = engine.MapRuns(
+            values.size(),
+            [&](size_t i) {
+                ParameterSweep copy(*this);
+                const SinkSwap copySink(engine, &copy);
+                long unused = 0;
+                copy.currentValue_ = values[i];
+                copy.SetSelectedParameter(member, parameter, CPropertyItem("value", values[i]));
+                (void)copy.RunInner(engine, &unused);
+            },
+            [&](size_t i) { return step(values[i]); });
+        if (!finished) {
+            SetStopRequested(true);
+            result = 0;
+            if (level_ == 1 && runLog_)
+                runLog_->AddEntry(GetResourceString(IDS_PSWEEP_LOG_STOPPED), level_);
+        }
     }
 
     SetSelectedParameter(member, parameter, remembered);

@@ -108,30 +108,20 @@ int WcMcAnalysis::ExecuteMcAnalysis() {
     int worst = 0; // the nominal run stands in until a random run measures
     int made = 0;
     int result = 1;
-    for (int run = 0; run <= n + 1; ++run) {
-        if (IsStopRequested())
-            break;
-        ParameterSet values;
-        if (run <= n) {
-            values = sets[static_cast<size_t>(run)];
-        } else {
-            PopRunParameters();
-            values = CurrentValues();
-        }
+    // One run and what it adds to the results: the page, the records, the worst run so far.
+    const auto runAndMerge = [&](int run, const ParameterSet& values) {
         const CString label = McRunLabel(run, n);
         const CString shortLabel = run == 0 ? GetResourceString(IDS_MC_NOMINAL_SHORT) : label;
-
         const WcMcRunResult r = ExecuteRun(values, label, run == 0 ? nullptr : &nominal);
         runs_[static_cast<size_t>(run)] = r.data;
         applied_.push_back(values);
         commandResults.push_back(r.commandResult);
         AddWcMcRunTrace(page, r, shortLabel);
         ++made;
-
         if (run == 0) {
             if (!r.commandResult) {
                 result = 0;
-                break;
+                return;
             }
             nominal = WcMcNominalCurve(r.curve);
             PushRunParameters();
@@ -139,6 +129,31 @@ int WcMcAnalysis::ExecuteMcAnalysis() {
                    IsWorseRun(r.data, worst ? &runs_[static_cast<size_t>(worst)] : nullptr)) {
             worst = run;
             PushRunParameters();
+        }
+    };
+
+    // The nominal run is made here: every random run measures against its curve. The random
+    // runs depend on nothing but their drawn values and may be made anywhere, in any order;
+    // they are merged here in run order.
+    if (!IsStopRequested())
+        runAndMerge(0, sets.front());
+    if (result && made == 1) {
+        const bool finished = engine->MapRuns(
+            static_cast<size_t>(n),
+            [&](size_t i) {
+                const int run = static_cast<int>(i) + 1;
+                (void)ExecuteRun(sets[i + 1], McRunLabel(run, n), &nominal);
+            },
+            [&](size_t i) {
+                runAndMerge(static_cast<int>(i) + 1, sets[i + 1]);
+                return !IsStopRequested();
+            });
+        if (!finished)
+            SetStopRequested(true);
+        // The worst run is repeated in this process, after every run has been merged.
+        if (!IsStopRequested()) {
+            PopRunParameters();
+            runAndMerge(n + 1, CurrentValues());
         }
     }
 

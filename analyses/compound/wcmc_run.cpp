@@ -152,7 +152,7 @@ WcMcRunResult WcMcAnalysis::ExecuteRun(const ParameterSet& values, const CString
     live_.nominal = nominal;
     live_.output = WcMcOutput(outputVariable_);
     live_.plotHasOutput = false;
-    result.commandResult = engine->SilentExecuteSimulatorCommand(RunCommand());
+    result.commandResult = engine->RunSimulatorCommand(RunCommand());
     live_.mode = Live::Idle;
     live_.result = nullptr;
     live_.nominal = nullptr;

@@ -117,28 +117,47 @@ void WcMcAnalysis::RunToleranceSensitivities(CGrapherPage& page, const WcMcCurve
     // The change of the measured value when the parameter moves to the end of
     // its band, per unit of the parameter: a sensitivity the sign rule can use.
     const WcMcRunData& base = runs_[0];
+    struct ToleranceRun {
+        size_t tolerance;
+        ParameterSet values;
+        CString label;
+    };
+    // The runs' values are set up front: each run depends on nothing but them, so the runs
+    // may be made anywhere; they are merged here in list order.
+    std::vector<ToleranceRun> planned;
     tolSpecs_.lock_remove();
     for (size_t i = 0; i < tolSpecs_.GetCount(); ++i) {
         WcMcTolSpec& tol = tolSpecs_[i];
-        const double deviation = tol.GetTolToAdjustValue();
-        if (!Varies(tol) || deviation == 0.0)
+        if (!Varies(tol) || tol.GetTolToAdjustValue() == 0.0)
             continue;
-        if (IsStopRequested())
-            break;
         SetRunParameters(0);
         tol.SetTolAdjustedValue(1);
-        const CString label = GetResourceString(IDS_WC_TOLERANCE_RUN) + ToleranceName(tol);
-        const WcMcRunResult run = ExecuteRun(CurrentValues(), label, &nominal);
-        AddWcMcRunTrace(page, run, label);
-        made.push_back(run.data);
-        sets.push_back(CurrentValues());
-        if (run.data.valid && base.valid) {
-            WcMcRunData& data = tol.GetWcMcRunData();
-            data.x = run.data.x;
-            data.y = (run.data.y - base.y) / deviation;
-            data.phase = 0.0;
-            data.valid = 1;
-        }
+        planned.push_back(
+            {i, CurrentValues(), GetResourceString(IDS_WC_TOLERANCE_RUN) + ToleranceName(tol)});
+    }
+    if (!IsStopRequested()) {
+        const bool finished = GetEngine()->MapRuns(
+            planned.size(),
+            [&](size_t k) { (void)ExecuteRun(planned[k].values, planned[k].label, &nominal); },
+            [&](size_t k) {
+                const ToleranceRun& p = planned[k];
+                WcMcTolSpec& tol = tolSpecs_[p.tolerance];
+                const double deviation = tol.GetTolToAdjustValue();
+                const WcMcRunResult run = ExecuteRun(p.values, p.label, &nominal);
+                AddWcMcRunTrace(page, run, p.label);
+                made.push_back(run.data);
+                sets.push_back(p.values);
+                if (run.data.valid && base.valid) {
+                    WcMcRunData& data = tol.GetWcMcRunData();
+                    data.x = run.data.x;
+                    data.y = (run.data.y - base.y) / deviation;
+                    data.phase = 0.0;
+                    data.valid = 1;
+                }
+                return !IsStopRequested();
+            });
+        if (!finished)
+            SetStopRequested(true);
     }
     tolSpecs_.unlock_remove();
 }

@@ -184,11 +184,14 @@ NgSpiceEngine::NgSpiceEngine(NgSpiceSession& session)
     silent_.silent = true;
     silent_.keepCircuitState = true;
     silent_.listener = &forwarder_;
+    // A run made in a worker reports its failures here as if it had been made here.
+    SetFailureReplay([this](const CString& message) { Fail(message.str()); });
 }
 
 NgSpiceEngine::~NgSpiceEngine() = default;
 
 void NgSpiceEngine::Fail(const std::string& message) {
+    NoteSimulatorFailure(CString(message));
     lastError_ = message;
     if (firstError_.empty())
         firstError_ = message;

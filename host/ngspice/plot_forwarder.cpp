@@ -43,11 +43,8 @@ std::string AnalysisVectorName(const std::string& vector, bool isScale) {
 }
 
 int PlotEventForwarder::Send(long id, const CSpiceArgs& args) {
-    CEventSink* sink = engine_.GetAnalysisEventSink();
-    if (!sink)
-        return 0;
     const EventData data{id, IITVariant(&args)};
-    return sink->HandleEventIndirect(&source_, &data);
+    return engine_.SendAnalysisEvent(&source_, data);
 }
 
 void PlotEventForwarder::Begin() {

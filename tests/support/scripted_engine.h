@@ -122,10 +122,11 @@ private:
         }
     }
 
-    int Send(CEventSink* sink, long id, const CSpiceArgs& args) {
+    // Through the engine, as a host delivers, so that runs made for a distributor record it.
+    int Send(CEventSink* /*sink*/, long id, const CSpiceArgs& args) {
         CEventSource source("ScriptedEngine");
         const EventData data{id, IITVariant(&args)};
-        const int answer = sink->HandleEventIndirect(&source, &data);
+        const int answer = SendAnalysisEvent(&source, data);
         events_.push_back(ScriptedEvent{id, answer});
         return answer;
     }
