@@ -124,7 +124,7 @@ const std::vector<Command>& Commands() {
          IDS_CLI_SUMMARY_DESCRIBE, IDS_CLI_HELP_DESCRIBE, AnalysesAndPostProc, &PrintDescription},
         {"props",    {"NICKNAME"},            {"--settings"},
          IDS_CLI_SUMMARY_PROPS,    IDS_CLI_HELP_PROPS,    AnalysesAndPostProc, &PrintProps},
-        {"run",      {"CIRCUIT", "NICKNAME"}, {"--settings", "--save", "--out", "--seed"},
+        {"run",      {"CIRCUIT", "NICKNAME"}, {"--settings", "--save", "--out", "--seed", "--jobs"},
          IDS_CLI_SUMMARY_RUN,      IDS_RUN_HELP,          Analyses,            &RunAnalysis},
         {"plan",     {"NICKNAME"},            {"--settings", "--seed"},
          IDS_CLI_SUMMARY_PLAN,     IDS_PLAN_HELP,         Analyses,            &PlanAnalysis},

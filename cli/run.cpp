@@ -44,11 +44,14 @@ size_t PagePoints(const report::Page& page) {
 
 } // namespace
 
-CircuitRun::CircuitRun(std::ostream& err, const std::string& outDir)
+CircuitRun::CircuitRun(std::ostream& err, const std::string& outDir, int jobs)
     : status_(err, StatusLine::IsTerminal(err)), frontEnd_(&status_),
+      distributor_(
+          MakeRunDistributor(jobs, &host::NgSpiceSession::Get(), [this] { return Interrupted(); })),
       engine_(std::make_unique<host::NgSpiceEngine>(host::NgSpiceSession::Get())),
       analyses_(std::make_unique<Analyses>(engine_.get())) {
     engine_->SetGuiFE(&frontEnd_);
+    engine_->SetRunDistributor(distributor_.get());
     engine_->SetStopFlag(&interrupt_.Flag());
     engine_->SetOutputFolder(CString(outDir));
 }
@@ -224,7 +227,7 @@ bool LoadOrReport(CircuitRun& run, const std::string& circuit,
 
 // `canal run CIRCUIT ANALYSES --settings FILE`: every selected entry of the stored run list,
 // in order, one section each. Every entry is checked before the first is simulated.
-int RunAnalysisSet(const Invocation& call, const std::string& dir, std::ostream& out,
+int RunAnalysisSet(const Invocation& call, const std::string& dir, int jobs, std::ostream& out,
                    std::ostream& err) {
     const std::string& circuit = call.positionals[0];
     const std::string* settingsPath = call.Value("--settings");
@@ -271,7 +274,7 @@ int RunAnalysisSet(const Invocation& call, const std::string& dir, std::ostream&
     result.circuit = circuit;
     std::error_code ec;
     std::filesystem::create_directories(dir, ec);
-    CircuitRun run(err, dir);
+    CircuitRun run(err, dir, jobs);
     if (!LoadOrReport(run, circuit, {entries.begin(), entries.end()}, result, dir, out, err))
         return ExitFailure;
     status = ExitOk;
@@ -323,8 +326,19 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
         seed = *given;
     }
     Random::SetMasterSeed(seed);
+    int jobs = DefaultJobs();
+    if (const std::string* text = call.Value("--jobs")) {
+        const std::optional<int> given = ParseJobs(*text);
+        if (!given) {
+            ReportError(
+                err,
+                CString::Formatted(GetResourceText(IDS_RUN_ERR_BAD_JOBS), text->c_str()).view());
+            return ExitUsage;
+        }
+        jobs = *given;
+    }
     if (nickname == Analyses::s_GetPropertyLabel().view())
-        return RunAnalysisSet(call, dir, out, err);
+        return RunAnalysisSet(call, dir, jobs, out, err);
 
     int status = ExitUsage;
     std::unique_ptr<Analyses::Analysis> analysis =
@@ -348,7 +362,7 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
     // Trace width writes its diagnostic files into the folder while it runs.
     std::error_code ec;
     std::filesystem::create_directories(dir, ec);
-    CircuitRun run(err, dir);
+    CircuitRun run(err, dir, jobs);
     if (!LoadOrReport(run, circuit, {analysis.get()}, result, dir, out, err))
         return ExitFailure;
     if (compound) {

@@ -4,6 +4,7 @@
 
 #include "analyses/core/analysis.h"
 #include "cli/args.h"
+#include "cli/distribution.h"
 #include "cli/interrupt.h"
 #include "cli/status_frontend.h"
 #include "host/ngspice/engine.h"
@@ -21,7 +22,8 @@ namespace cli {
 /// its diagnostic files into `outDir`. One at a time: it holds the SIGINT handler.
 class CircuitRun {
 public:
-    CircuitRun(std::ostream& err, const std::string& outDir);
+    /// `jobs` processes make the independent runs of compound analyses (1: this one).
+    CircuitRun(std::ostream& err, const std::string& outDir, int jobs = 1);
     CircuitRun(const CircuitRun&) = delete;
     CircuitRun& operator=(const CircuitRun&) = delete;
 
@@ -42,6 +44,7 @@ private:
     StatusLine status_;
     StatusFrontEnd frontEnd_;
     InterruptGuard interrupt_;
+    std::unique_ptr<CRunDistributor> distributor_;
     std::unique_ptr<host::NgSpiceEngine> engine_;
     std::unique_ptr<Analyses> analyses_;
 };

@@ -4,6 +4,7 @@
 #include "platform/helpers.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <iostream>
 #include <unistd.h>
 
@@ -22,9 +23,15 @@ bool StatusLine::IsTerminal(const std::ostream& err) {
 }
 
 void StatusLine::Update(const std::string& text) {
+    text_ = text;
     if (!terminal_ && std::chrono::steady_clock::now() - start_ < std::chrono::milliseconds(500))
         return;
-    std::string line = text.substr(0, 78);
+    std::string line = text;
+    if (terminal_ && total_ > 0) {
+        const std::chrono::duration<double> since = std::chrono::steady_clock::now() - countStart_;
+        line = ProgressText(since.count()) + "  " + text;
+    }
+    line = line.substr(0, 78);
     std::replace(line.begin(), line.end(), '\n', ' ');
     std::string pad(shown_ > line.size() ? shown_ - line.size() : 0, ' ');
     err_ << '\r' << line << pad << std::flush;
@@ -36,6 +43,31 @@ void StatusLine::Clear() {
         return;
     err_ << '\r' << std::string(shown_, ' ') << '\r' << std::flush;
     shown_ = 0;
+}
+
+void StatusLine::SetProgress(size_t done, size_t total) {
+    if (total > 0 && (total_ == 0 || done == 0))
+        countStart_ = std::chrono::steady_clock::now();
+    done_ = std::min(done, total);
+    total_ = total;
+    if (terminal_ && (total > 0 || shown_ > 0))
+        Update(text_);
+}
+
+std::string StatusLine::ProgressText(double seconds) const {
+    if (total_ == 0)
+        return {};
+    constexpr size_t kWidth = 20;
+    const size_t filled = done_ * kWidth / total_;
+    std::string text = "[" + std::string(filled, '#') + std::string(kWidth - filled, '.') + "] " +
+                       std::to_string(done_) + "/" + std::to_string(total_);
+    if (done_ == 0 || seconds <= 0.0)
+        return text;
+    const double rate = static_cast<double>(done_) / seconds;
+    char tail[64];
+    const auto left = static_cast<long>(static_cast<double>(total_ - done_) / rate + 0.5);
+    std::snprintf(tail, sizeof tail, " %.1f/s %ld:%02ld left", rate, left / 60, left % 60);
+    return text + tail;
 }
 
 StatusFrontEnd::StatusFrontEnd(StatusLine* line) : line_(line), start_(GetTickCount()) {
@@ -55,7 +87,7 @@ int StatusFrontEnd::GetProperty(long id, IITVariant& out, const IITVariant* /*in
     }
 }
 
-int StatusFrontEnd::SetProperty(long id, const IITVariant& value, const IITVariant* /*index*/,
+int StatusFrontEnd::SetProperty(long id, const IITVariant& value, const IITVariant* index,
                                 CTreeInstance* /*instance*/) {
     switch (id) {
     case GUIFE_STATUS_TEXT:
@@ -69,6 +101,11 @@ int StatusFrontEnd::SetProperty(long id, const IITVariant& value, const IITVaria
         return 1;
     case GUIFE_SIMULATION_STATE:
         state_ = value.GetLong();
+        return 1;
+    case GUIFE_RUN_PROGRESS:
+        if (line_)
+            line_->SetProgress(static_cast<size_t>(std::max(value.GetLong(), 0L)),
+                               index ? static_cast<size_t>(std::max(index->GetLong(), 0L)) : 0);
         return 1;
     default:
         return 0;

@@ -23,6 +23,12 @@ public:
     void Update(const std::string& text);
     /// Blanks the line so that the next message starts clean.
     void Clear();
+    /// Runs of known count: `done` of `total` made. On a terminal the line then starts with a
+    /// bar, the count, the rate and the time left (from the rate since the count began); a
+    /// total of 0 ends the bar. Nothing is shown when the stream is not a terminal.
+    void SetProgress(size_t done, size_t total);
+    /// The bar as it would be shown after `seconds` since the count began ("" without one).
+    std::string ProgressText(double seconds) const;
 
     /// True when `err` is the process's standard error and that is a terminal.
     static bool IsTerminal(const std::ostream& err);
@@ -32,6 +38,10 @@ private:
     bool terminal_;
     std::chrono::steady_clock::time_point start_;
     size_t shown_ = 0; ///< length of the text on the line now
+    std::string text_; ///< the last status text, shown after the bar
+    size_t done_ = 0;
+    size_t total_ = 0;
+    std::chrono::steady_clock::time_point countStart_;
 };
 
 /// The front end the tool gives its engine: the status text (property 10019) goes to the
@@ -46,7 +56,8 @@ public:
     /// 10113: the text shown now; 10118: the state. 0 for other ids.
     int GetProperty(long id, IITVariant& out, const IITVariant* index,
                     CTreeInstance* instance) override;
-    /// 10019: shows the text (an empty text clears the line); 10118: keeps the state.
+    /// 10019: shows the text (an empty text clears the line); 10118: keeps the state; 10120:
+    /// the runs made (value) of all (index) go to the line's bar.
     int SetProperty(long id, const IITVariant& value, const IITVariant* index,
                     CTreeInstance* instance) override;
 

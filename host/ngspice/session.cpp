@@ -261,12 +261,14 @@ int NgSpiceSession::OnBackgroundThread(bool /*running*/, int /*id*/, void* /*use
 // --- callback handling -------------------------------------------------------------------------
 
 void NgSpiceSession::HandleChar(std::string_view line) {
-    if (!current_)
-        return;
     // Every line arrives as "stdout TEXT" or "stderr TEXT".
     const bool isErr = line.rfind("stderr", 0) == 0;
     if (isErr || line.rfind("stdout", 0) == 0)
         line.remove_prefix(line.size() > 6 && line[6] == ' ' ? 7 : 6);
+    if (isErr && errorTap_)
+        errorTap_(line);
+    if (!current_)
+        return;
     std::string text(line);
     if (!isErr) {
         current_->out.push_back(std::move(text));

@@ -4,6 +4,7 @@
 #include "canal/ngspice_export.h"
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -161,6 +162,13 @@ public:
     /// being delivered). ngspice cannot take a second command then.
     bool InLibraryCall() const;
 
+    /// Hears every line ngspice prints on stderr as it is printed (may be empty: nobody), also
+    /// lines no command captures. A forked worker streams them to its parent with it, so that
+    /// what ngspice said survives a crash of the worker.
+    void SetErrorLineTap(std::function<void(std::string_view line)> tap) {
+        errorTap_ = std::move(tap);
+    }
+
     /// True once when a listener asked to stop since the last call.
     bool TakeStopRequest();
 
@@ -229,6 +237,7 @@ private:
     std::map<std::string, std::string> options_;
     std::vector<KnownPlot> plots_;
     std::vector<double> rowRe_, rowIm_; ///< reused for every data row
+    std::function<void(std::string_view)> errorTap_;
     unsigned rowsSincePoll_ = 0;
 };
 
