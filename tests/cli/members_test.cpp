@@ -1,6 +1,7 @@
 // `canal members` on circuits the tests write, and the engine's status texts on the status line.
 #include "canal_run.h"
 
+#include "cli/distribution.h"
 #include "cli/run.h"
 #include "cli/status_frontend.h"
 #include "engine/simulation_engine.h"
@@ -112,6 +113,45 @@ TEST(StatusFrontEnd, EngineStatusTextsReachTheStatusLine) {
     EXPECT_EQ(frontEnd.State(), 2);
     EXPECT_EQ(frontEnd.Text(), "");
     EXPECT_EQ(err.str().back(), '\r') << "the line is blanked at the end";
+}
+
+TEST(StatusFrontEnd, RunsOfKnownCountShowABarWithRateAndTimeLeftOnATerminalOnly) {
+    std::ostringstream err;
+    cli::StatusLine line(err, true);
+    cli::StatusFrontEnd frontEnd(&line);
+    CASimulationEngine engine;
+    engine.SetGuiFE(&frontEnd);
+    // Four runs through the engine, none simulated: the bar counts them as they are merged.
+    std::vector<std::string> seen;
+    EXPECT_TRUE(engine.MapRuns(
+        4, [](size_t) {},
+        [&](size_t i) {
+            seen.push_back(err.str());
+            return i < 3;
+        }));
+    ASSERT_EQ(seen.size(), 4u);
+    EXPECT_NE(seen[0].find("[....................] 0/4"), std::string::npos) << seen[0];
+    EXPECT_NE(seen[2].find("[##########..........] 2/4"), std::string::npos) << seen[2];
+    EXPECT_NE(err.str().find("4/4"), std::string::npos);
+
+    // Half the runs in five seconds: one run a second, five seconds left.
+    line.SetProgress(5, 10);
+    EXPECT_EQ(line.ProgressText(5.0), "[##########..........] 5/10 1.0/s 0:05 left");
+    line.SetProgress(0, 0);
+    EXPECT_EQ(line.ProgressText(5.0), "");
+
+    // Not a terminal: no bar at all, however long the work takes.
+    std::ostringstream pipe;
+    cli::StatusLine quiet(pipe, false);
+    quiet.SetProgress(3, 10);
+    EXPECT_EQ(pipe.str(), "");
+
+    EXPECT_EQ(cli::ParseJobs("3"), 3);
+    for (const char* bad : {"0", "-2", "2x", "", "1025", "99999999999"})
+        EXPECT_FALSE(cli::ParseJobs(bad)) << bad;
+    EXPECT_GE(cli::DefaultJobs(), 1);
+    EXPECT_EQ(cli::MakeRunDistributor(1, nullptr, {}), nullptr) << "one job runs here";
+    EXPECT_EQ(cli::MakeRunDistributor(3, nullptr, {})->Width(), 3);
 }
 
 } // namespace
