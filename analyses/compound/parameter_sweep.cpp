@@ -583,24 +583,21 @@ int ParameterSweep::ExecuteAnalysis(const char* text, long* counter) {
     std::vector<double> values;
     for (SweepVariationIterator it(variations_[type]); it; ++it)
         values.push_back(*it);
-    if (!stopFlag_ && !IsStopRequested()) {
-        const bool finished = engine.MapRuns(
-            values.size(),
-            [&](size_t i) {
-                ParameterSweep copy(*this);
-                const SinkSwap copySink(engine, &copy);
-                long unused = 0;
-                copy.currentValue_ = values[i];
-                copy.SetSelectedParameter(member, parameter, CPropertyItem("value", values[i]));
-                (void)copy.RunInner(engine, &unused);
-            },
-            [&](size_t i) { return step(values[i]); });
-        if (!finished) {
-            SetStopRequested(true);
-            result = 0;
-            if (level_ == 1 && runLog_)
-                runLog_->AddEntry(GetResourceString(IDS_PSWEEP_LOG_STOPPED), level_);
-        }
+    const bool finished = engine.MapRuns(
+        values.size(),
+        [&](size_t i) {
+            ParameterSweep copy(*this);
+            const SinkSwap copySink(engine, &copy);
+            long unused = 0;
+            copy.SetSelectedParameter(member, parameter, CPropertyItem("value", values[i]));
+            (void)copy.RunInner(engine, &unused);
+        },
+        [&](size_t i) { return step(values[i]); });
+    if (!finished) {
+        SetStopRequested(true);
+        result = 0;
+        if (level_ == 1 && runLog_)
+            runLog_->AddEntry(GetResourceString(IDS_PSWEEP_LOG_STOPPED), level_);
     }
 
     SetSelectedParameter(member, parameter, remembered);

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -212,6 +213,11 @@ bool ForkedRunDistributor::Map(size_t count, const Job& job, const Take& take) {
             if (w.fd >= 0)
                 (void)reap(w, true);
     };
+    // No worker outlives the map, whatever ends it (a take that throws, say).
+    struct Reaper {
+        const decltype(shutdown)& end;
+        ~Reaper() { end(); }
+    } const reaper{shutdown};
     // A worker gone with its job: the job is made again in a fresh worker, once.
     const auto lost = [&](Worker& w, const std::string& how) {
         if (!w.busy)
@@ -290,17 +296,13 @@ bool ForkedRunDistributor::Map(size_t count, const Job& job, const Take& take) {
                 break;
             const CRunOutcome outcome = std::move(it->second);
             arrived.erase(it);
-            if (!take(next++, outcome)) {
-                shutdown();
+            if (!take(next++, outcome))
                 return true;
-            }
         }
         if (next == count)
             break;
-        if (stop_ && stop_()) {
-            shutdown();
+        if (stop_ && stop_())
             return false;
-        }
         // Workers lost without a replacement (fork failed) leave jobs waiting: make more.
         const bool anyAlive =
             std::any_of(workers.begin(), workers.end(), [](const Worker& w) { return w.fd >= 0; });
@@ -324,8 +326,18 @@ bool ForkedRunDistributor::Map(size_t count, const Job& job, const Take& take) {
             }
         const int ready = ::poll(polls.data(), polls.size(), 100);
         if (ready < 0 && errno != EINTR) {
-            shutdown();
-            return false;
+            // The workers cannot be heard any more: every job not yet back has failed.
+            const std::string why =
+                std::string("Waiting for the workers failed: ") + std::strerror(errno);
+            for (Worker& w : workers)
+                if (w.fd >= 0)
+                    (void)reap(w, true);
+            for (size_t index = next; index < count; ++index)
+                if (!arrived.count(index))
+                    arrived[index] = CRunOutcome{false, {}, why};
+            pending.clear();
+            retries.clear();
+            continue;
         }
         for (size_t p = 0; p < polls.size() && ready > 0; ++p) {
             if (!(polls[p].revents & (POLLIN | POLLHUP | POLLERR)))
@@ -347,11 +359,11 @@ bool ForkedRunDistributor::Map(size_t count, const Job& job, const Take& take) {
             if (w.fd >= 0 && w.busy &&
                 std::chrono::duration<double>(now - w.started).count() > timeout_) {
                 (void)reap(w, true);
-                lost(w, "a timeout after " + std::to_string(static_cast<long>(timeout_)) +
-                            " s (CANAL_RUN_TIMEOUT)");
+                char limit[32];
+                std::snprintf(limit, sizeof limit, "%g", timeout_);
+                lost(w, std::string("a timeout after ") + limit + " s (CANAL_RUN_TIMEOUT)");
             }
     }
-    shutdown();
     return true;
 }
 
