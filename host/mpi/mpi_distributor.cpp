@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <deque>
+#include <exception>
 #include <list>
 #include <stdexcept>
 #include <string>
@@ -169,7 +170,8 @@ private:
         size_t pending = 0; // indices handed out and not answered
         size_t next = 0;    // the lowest index not handed out yet
         size_t taken = 0;   // outcomes passed to take
-        bool ended = false; // take returned false
+        bool ended = false; // take returned false or threw
+        std::exception_ptr thrown;
         bool stopped = false;
 
         auto handOut = [&](int rank) {
@@ -180,9 +182,16 @@ private:
             ++next;
             ++pending;
         };
+        // What take throws leaves this map only after the other ranks have their outcomes: they
+        // take the same ones, throw the same way, and every rank stays in step.
         auto takeInOrder = [&] {
             while (!ended && taken < count && have[taken]) {
-                ended = !take(taken, outcomes[taken]);
+                try {
+                    ended = !take(taken, outcomes[taken]);
+                } catch (...) {
+                    thrown = std::current_exception();
+                    ended = true;
+                }
                 ++taken;
             }
         };
@@ -261,6 +270,8 @@ private:
             all += text;
         }
         BroadcastBytes(m_comm, all);
+        if (thrown)
+            std::rethrow_exception(thrown);
         return !stopped;
     }
 

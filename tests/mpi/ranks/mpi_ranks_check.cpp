@@ -103,6 +103,27 @@ void ChecksRootsTakeEndsTheMapOnEveryRank(CRunDistributor& distributor) {
           "early end: outcomes 0..5 taken, got " + std::to_string(indices.size()));
 }
 
+// A take that throws (on every rank alike, as deterministic code does) leaves Map on every rank
+// with the exception after the same outcomes, and the next map still finds the ranks in step.
+void ChecksAThrowingTakeLeavesEveryRankInStep(CRunDistributor& distributor) {
+    std::vector<size_t> indices;
+    std::string caught;
+    try {
+        distributor.Map(
+            30, [](size_t i) { return BytesOf(i); },
+            [&](size_t i, const CRunOutcome&) {
+                indices.push_back(i);
+                if (i == 8)
+                    throw std::runtime_error("take failed at 8");
+                return true;
+            });
+    } catch (const std::exception& e) {
+        caught = e.what();
+    }
+    Check(caught == "take failed at 8", "throwing take: Map rethrows, got \"" + caught + "\"");
+    Check(indices.size() == 9 && indices.back() == 8, "throwing take: outcomes 0..8 taken");
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -118,6 +139,7 @@ int main(int argc, char** argv) {
     ChecksEveryRankTakesTheSameOutcomesInOrder(*distributor, 0, "empty map");
     ChecksEveryRankTakesTheSameOutcomesInOrder(*distributor, 1, "one job");
     ChecksRootsTakeEndsTheMapOnEveryRank(*distributor);
+    ChecksAThrowingTakeLeavesEveryRankInStep(*distributor);
 
     // A stop seen on rank 0 after its fourth outcome ends the map on every rank with false.
     size_t rootTaken = 0;
