@@ -3,6 +3,7 @@
 #pragma once
 
 #include "engine/run_distributor.h"
+#include "host/mpi/mpi_launch.h"
 
 #include <functional>
 #include <memory>
@@ -11,7 +12,9 @@ namespace host::mpi {
 
 /// The MPI library's lifetime in this process: initialises MPI unless something already did and
 /// finalises it in the destructor if it initialised it. One per process, made before any
-/// distributor and outliving all of them. Not copyable.
+/// distributor and outliving all of them. Not copyable. Make one only when
+/// LaunchedWithSeveralRanks(): Open MPI's start without a launcher takes about a third of a
+/// second, as long as a few hundred small transient runs.
 class CMpiSession {
 public:
     /// Initialises MPI; argc and argv may be null. Throws std::runtime_error when MPI fails.
