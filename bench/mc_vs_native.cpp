@@ -1,5 +1,10 @@
 // Whole-process wall time of a 500-run Monte Carlo: ngspice's own control-language loop against
 // `canal run ... MONTE` with one and two jobs, and the tool's fixed costs that bound the ratio.
+#include "cli/compound_run.h"
+#include "cli/run.h"
+#include "cli/settings.h"
+#include "report/report.h"
+
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -180,6 +185,80 @@ std::vector<std::string> CheckPlan(const std::string& plan) {
     return problems;
 }
 
+// The tool's steps of `canal run CIRCUIT MONTE`, timed one by one in a fresh child process (so
+// that ngspice starts afresh each time), in seconds.
+struct Phases {
+    double settings = 0; // the settings file read into an analysis
+    double init = 0;     // ngspice started, the engine made
+    double load = 0;     // the circuit loaded
+    double check = 0;    // the circuit read and the settings checked against it
+    double simulate = 0; // every run made, the results gathered
+    double write = 0;    // the result files written
+};
+
+Phases MeasurePhasesInChild(const fs::path& work, const std::string& settings,
+                            const std::string& outDir) {
+    int channel[2];
+    if (pipe(channel) != 0)
+        throw std::runtime_error("pipe failed");
+    // The child would print what this process still holds in its buffer a second time.
+    std::fflush(nullptr);
+    const pid_t pid = fork();
+    if (pid < 0)
+        throw std::runtime_error("fork failed");
+    if (pid == 0) {
+        close(channel[0]);
+        Phases p;
+        std::ostringstream sink;
+        using Clock = std::chrono::steady_clock;
+        auto mark = Clock::now();
+        auto lap = [&mark](double& into) {
+            const auto now = Clock::now();
+            into = std::chrono::duration<double>(now - mark).count();
+            mark = now;
+        };
+        const std::string settingsPath = (work / settings).string();
+        const std::string circuit = (work / "amp.cir").string();
+        const std::string dir = (work / outDir).string();
+        int status = 0;
+        std::unique_ptr<Analyses::Analysis> analysis =
+            cli::LoadAnalysis("MONTE", &settingsPath, sink, status);
+        lap(p.settings);
+        bool ok = analysis != nullptr;
+        if (ok) {
+            fs::create_directories(dir);
+            cli::CircuitRun run(sink, dir);
+            lap(p.init);
+            std::string error;
+            ok = run.Load(circuit, error);
+            lap(p.load);
+            ok = ok && cli::CheckCompoundAnalysis(run.Engine(), *analysis, circuit, sink) == 0;
+            lap(p.check);
+            report::Report result;
+            result.title = "amp.cir - MONTE";
+            result.circuit = circuit;
+            result.sections.push_back(run.Simulate(*analysis));
+            ok = ok && result.sections.back().ok;
+            lap(p.simulate);
+            ok = ok && cli::WriteAndSummarize(result, dir, sink, sink);
+            lap(p.write);
+        }
+        const bool sent = ok && write(channel[1], &p, sizeof p) == static_cast<ssize_t>(sizeof p);
+        // Straight out, as the timing ends here; the parent only needs the numbers.
+        _exit(sent ? 0 : 1);
+    }
+    close(channel[1]);
+    Phases p;
+    const ssize_t got = read(channel[0], &p, sizeof p);
+    close(channel[0]);
+    int raw = 0;
+    while (waitpid(pid, &raw, 0) < 0) {
+    }
+    if (got != static_cast<ssize_t>(sizeof p) || !WIFEXITED(raw) || WEXITSTATUS(raw) != 0)
+        throw std::runtime_error("the in-process steps of canal run MONTE failed");
+    return p;
+}
+
 void PrintRow(const char* what, double seconds, const char* note = "") {
     std::printf("  %-56s %8.1f ms  %s\n", what, seconds * 1e3, note);
 }
@@ -293,6 +372,25 @@ int Main(const Options& options) {
     std::printf("  %-56s %8.1f us\n", "canal per run: (500 runs - 1 run) / 499", canalPerRun * 1e6);
     std::printf("  %-56s %8.1f us\n", "ngspice loop per run: (500 runs - 1 run) / 499",
                 nativePerRun * 1e6);
+
+    // The same steps inside one process, each timed; medians over fresh child processes.
+    for (const auto& [settings, runs] : std::vector<std::pair<std::string, int>>{
+             {"amp.monte-1.prop", 1}, {"amp.monte.prop", kRuns}}) {
+        std::vector<Phases> all;
+        for (int r = 0; r < options.repeat; ++r)
+            all.push_back(MeasurePhasesInChild(work, settings, "phases"));
+        auto median = [&](double Phases::*field) {
+            std::vector<double> v;
+            for (const Phases& p : all)
+                v.push_back(p.*field);
+            return Median(v) * 1e3;
+        };
+        std::printf("  canal's steps, MONTE of %3d run(s), in process: settings %.1f, ngspice "
+                    "init %.1f, load %.1f, circuit read + checks %.1f, runs %.1f, writing %.1f "
+                    "ms\n",
+                    runs, median(&Phases::settings), median(&Phases::init), median(&Phases::load),
+                    median(&Phases::check), median(&Phases::simulate), median(&Phases::write));
+    }
 
     const double ratio1 = t["jobs1"] / t["native"];
     std::printf("\nRatio canal / ngspice's own loop\n");
