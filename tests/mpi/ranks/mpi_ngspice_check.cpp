@@ -8,7 +8,6 @@
 #include <mpi.h>
 
 #include <cstdio>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <vector>

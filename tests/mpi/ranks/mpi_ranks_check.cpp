@@ -4,6 +4,7 @@
 
 #include <mpi.h>
 
+#include <chrono>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
