@@ -32,13 +32,7 @@ TEST(WcMcAnalysis, DefaultsDifferOnlyInTypeAndTheWorstCaseSensitivityFollowsTheT
     Analyses::Worst worst;
     EXPECT_EQ(WcMcAnalysis(nullptr, 0).GetType(), Analyses::AnalysisType::Psweep);
     EXPECT_EQ(monte.GetSinkName(), "WcMcAnalysis Event Sink");
-    EXPECT_EQ(monte.GetWcMcAnalysisType(), WcMcAnalysis::WcMcTran);
-    EXPECT_EQ(worst.GetWcMcAnalysisType(), WcMcAnalysis::WcMcDcOp);
-    EXPECT_EQ(monte.GetTextOutputRuns(), "1");
-    EXPECT_EQ(monte.GetFilter(), WcMcAnalysis::FilterHigh);
-    EXPECT_EQ(monte.GetVary(), WcMcAnalysis::VaryBoth);
-    EXPECT_EQ(monte.GetNumRuns(), 1);
-    EXPECT_EQ(monte.GetRangeXHigh(), 1.0);
+    // The other defaults are pinned by the whole record in the command below.
 
     worst.SetWcMcAnalysisType(WcMcAnalysis::WcMcAc);
     EXPECT_EQ(worst.GetSens().GetSensType(), Analyses::AnalysisType::Ac);

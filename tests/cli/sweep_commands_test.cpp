@@ -66,21 +66,6 @@ TEST_F(SweepFile, PlanPrintsEveryRequestInOrderForEveryWalk) {
              "log:   TEMP=300: Temperature=300\n"
              "log:   TEMP=350: Temperature=350\n"
              "result: 1\n"},
-        // Decades of a model parameter over operating points; the stored value comes back.
-        {"PSWEEP",
-         "ModelSweep:list{Variation:int{0} Start:double{1} Stop:double{100} NumItems:double{0}} "
-         "SweepType:int{1} AnalysisType:int{0} "
-         "ModelToSweep:list{device:string{Diode} model:string{dmod} isinst:int{0}} "
-         "ModelParamToSweep:list{name:string{rs} value:double{5}}",
-         "param 2019 Diode dmod rs = 1\nexec: op;\n"
-         "param 2019 Diode dmod rs = 10\nexec: op;\n"
-         "param 2019 Diode dmod rs = 100\nexec: op;\n"
-         "param 2019 Diode dmod rs = 5\n"
-         "log: Parameter Sweep\n"
-         "log:   SWEEP#1: dmod[rs]=1\n"
-         "log:   SWEEP#2: dmod[rs]=10\n"
-         "log:   SWEEP#3: dmod[rs]=100\n"
-         "result: 1\n"},
         // Octaves of an instance named alone (device and model print as "-"), over the
         // sweep's own AC settings; the point count is recounted from start and stop.
         {"PSWEEP",
