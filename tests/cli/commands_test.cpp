@@ -5,10 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -17,26 +13,16 @@ namespace {
 using canal_test::Canal;
 using canal_test::Result;
 
-// A settings file in a fresh folder, removed with the fixture.
+// Settings files in a folder of the test's own.
 class SettingsFile : public ::testing::Test {
 protected:
-    void SetUp() override {
-        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        dir_ = std::filesystem::temp_directory_path() /
-               (std::string("canal_cli_") + info->name() + "_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(dir_);
-    }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
     std::string Write(const std::string& name, const std::string& text) {
-        const std::string path = (dir_ / name).string();
-        std::ofstream(path, std::ios::binary) << text;
-        return path;
+        return files_.Write(name, text);
     }
-    std::string Path(const std::string& name) const { return (dir_ / name).string(); }
+    std::string Path(const std::string& name) const { return files_.Path(name); }
 
 private:
-    std::filesystem::path dir_;
+    canal_test::TempFolder files_;
 };
 
 const char* const kDefaultAcBody =

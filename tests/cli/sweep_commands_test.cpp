@@ -4,10 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -24,25 +20,16 @@ const std::string kDefaultTran = "exec: -param hrange 0 0.001; tran  -env-option
 
 class SweepFile : public ::testing::Test {
 protected:
-    void SetUp() override {
-        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        dir_ = std::filesystem::temp_directory_path() /
-               (std::string("canal_sweep_") + info->name() + "_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(dir_);
-    }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
     /// A settings file of `nickname` with the output variable and the ANALYSIS body given.
     std::string Settings(const std::string& nickname, const std::string& analysis) {
-        const std::string path = (dir_ / (nickname + std::to_string(++files_))).string();
-        std::ofstream(path) << nickname << ":list{\n  " << kNodes << "\n  ANALYSIS:list{"
-                            << analysis << "}}\n";
-        return path;
+        return files_.Write(nickname + std::to_string(++written_),
+                            nickname + ":list{\n  " + kNodes + "\n  ANALYSIS:list{" + analysis +
+                                "}}\n");
     }
 
 private:
-    std::filesystem::path dir_;
-    int files_ = 0;
+    canal_test::TempFolder files_;
+    int written_ = 0;
 };
 
 TEST_F(SweepFile, PlanPrintsEveryRequestInOrderForEveryWalk) {
