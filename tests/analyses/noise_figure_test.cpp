@@ -12,6 +12,7 @@
 namespace {
 
 using NoiseFigure = Analyses::NoiseFigure;
+using canal_test::LogLines;
 using canal_test::ScriptedAnswer;
 using canal_test::ScriptedEngine;
 using canal_test::ScriptedPlot;
@@ -19,13 +20,6 @@ using canal_test::ScriptedPlot;
 struct TestCollection : Analyses {
     using Analyses::RegisterAnalysis;
 };
-
-std::vector<std::string> LogLines(const ChartLog& log) {
-    std::vector<std::string> lines;
-    for (const ChartLog::Entry& e : log.GetEntries())
-        lines.push_back(e.text.str());
-    return lines;
-}
 
 ScriptedPlot NoisePlot(std::vector<CString> vectors, std::vector<double> row,
                        ANALYSIS_TYPE type = AT_NOISE) {

@@ -15,6 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using TraceWidth = Analyses::TraceWidth;
+using canal_test::LogLines;
 using canal_test::ScriptedAnswer;
 using canal_test::ScriptedEngine;
 using canal_test::ScriptedPlot;
@@ -22,13 +23,6 @@ using canal_test::ScriptedPlot;
 struct TestCollection : Analyses {
     using Analyses::RegisterAnalysis;
 };
-
-std::vector<std::string> LogLines(const ChartLog& log) {
-    std::vector<std::string> lines;
-    for (const ChartLog::Entry& e : log.GetEntries())
-        lines.push_back(e.text.str());
-    return lines;
-}
 
 // A resistor r10 (two pins), a transistor q2 (three pins), a resistor r2 whose
 // sense source carries no pin number, and vectors that are no pin currents.
