@@ -3,7 +3,7 @@
 FUZZ_SECONDS ?= 60
 JOBS ?= $(shell nproc)
 
-.PHONY: all deps build run test test-asan build-asan fuzz bench format clean \
+.PHONY: all deps build run test test-asan build-asan fuzz bench bench-mc format clean \
         install-check package deb abi-update
 
 all: build
@@ -38,6 +38,12 @@ fuzz: deps
 
 bench: build
 	@./build/default/bench/canal_bench
+
+# Whole processes, wall time: ngspice's own 500-run Monte Carlo loop against canal run MONTE with
+# one and two jobs, and canal's fixed costs. BENCH_REPEAT runs of each, the median reported.
+BENCH_REPEAT ?= 7
+bench-mc: build
+	@./build/default/bench/canal_bench_mc --repeat $(BENCH_REPEAT)
 
 # Installs into a temporary prefix and builds and runs examples/embed against it, through
 # find_package(canal) and through pkg-config.

@@ -71,10 +71,10 @@ if(TARGET canal)
 endif()
 
 # Every header of the library folders (and the string tables the resource header includes), in
-# the layout the headers include each other by.
+# the layout the headers include each other by. The MPI distributor is the tool's, not shipped.
 install(DIRECTORY platform analyses engine report host
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/canal
-        FILES_MATCHING PATTERN "*.h" PATTERN "*.def")
+        FILES_MATCHING PATTERN "*.h" PATTERN "*.def" PATTERN "mpi" EXCLUDE)
 install(FILES ${CANAL_GENERATED_INCLUDE}/canal/export.h
               ${CANAL_GENERATED_INCLUDE}/canal/ngspice_export.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/canal)

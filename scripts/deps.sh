@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages canal needs to build, test, fuzz, benchmark and package
 # (dpkg-dev: dpkg-shlibdeps, which works out the package's library dependencies).
+# Open MPI is optional for the build (CANAL_MPI); it is installed so that the MPI build and its
+# two-rank test run here.
 # Safe to run repeatedly: it only calls apt-get when something is missing.
 set -euo pipefail
 
@@ -10,6 +12,7 @@ packages=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   libngspice0-dev ngspice
   libcli11-dev
+  libopenmpi-dev openmpi-bin
   dpkg-dev
 )
 

@@ -92,14 +92,6 @@ TEST(AnalysisBase, OptionStatementsFollowTheSetInForce) {
     EXPECT_EQ(op.toNutmegCommand(Analysis::NT_OPTIONS | Analysis::NT_COMMAND), "op  -env-options ");
 }
 
-TEST(AnalysisBase, WritesKeysInFixedOrder) {
-    const std::vector<std::string> expected = {"NODES",         "ANALYSIS",     "ANALYSIS_ID",
-                                               "PLOT_TITLE",    "MAX_POINTS",   "DISCARD_PLOTS",
-                                               "READABLE_NAME", "RAWFILE_NAME", "ORVO_OPT",
-                                               "USE_ORVO_OPT",  "VLT_ORVO_OPT"};
-    EXPECT_EQ(Labels(Analyses::Op().toPropertyItem().GetPropertyList()), expected);
-}
-
 TEST(AnalysisBase, IntegerIdentifierIsNotReadBack) {
     Analyses::Op op;
     EXPECT_EQ(op.fromPropertyItem(OpRecord("ANALYSIS_ID:int{5}")), 1);

@@ -1,4 +1,4 @@
-// DC sweep analysis: nested-source command, full script mask, stored names and order, summary.
+// DC sweep analysis: nested-source command, full script mask, stored names, summary.
 #include "analyses/single/dc_sweep.h"
 #include "analyses/single/tf.h"
 #include "tests/support/test_support.h"
@@ -38,13 +38,6 @@ TEST(DcSweepAnalysis, ScriptKeepsThePlotSetupFlag) {
     const CString plain = tf.toNutmegCommand(-1);
     EXPECT_EQ(plain.Find("save all"), -1) << plain.c_str();
     EXPECT_NE(plain.Find("save a b"), -1) << plain.c_str();
-}
-
-TEST(DcSweepAnalysis, PersistsTheSecondNameBeforeItsFilter) {
-    EXPECT_EQ(AnalysisList(Analyses::DcSweep()).GetList(),
-              "NodeFilterSource1:int{0} Source1:string{} Start1:double{0} Stop1:double{1} "
-              "Increment1:double{0.5} UseSource2:int{0} Source2:string{} NodeFilterSource2:int{0} "
-              "Start2:double{0} Stop2:double{1} Increment2:double{0.5}");
 }
 
 TEST(DcSweepAnalysis, SummaryHasOneExpandedGroupPerSweptSource) {

@@ -12,10 +12,6 @@ namespace {
 using namespace test;
 using Four = Analyses::Four;
 
-CString Command(const Four& four) {
-    return CommandOf(four);
-}
-
 /// The text between `from` and the next `to` (both excluded), or "<missing>".
 std::string Between(const CString& text, const char* from, const char* to) {
     const std::string& s = text.str();
@@ -38,7 +34,7 @@ bool Contains(const std::vector<std::string>& lines, const std::string& line) {
 TEST(FourAnalysis, DefaultCommandForOneNumericOutput) {
     Four four;
     four.GetAnalysisNodes().SetNodesString("1");
-    EXPECT_EQ(Command(four),
+    EXPECT_EQ(CommandOf(four),
               "save all; -param hrange 0 0.002; tran  -env-options 1e-05 0.002 0 1e-05 auto_ic ; "
               "set nfreqs = 10; set polydegree = 1; set fourgridsize = 256; save all; "
               "iplot V(1) ; -param vscale lin; -param hrange 0 0 ;fourier /bar /plot 1000 V(1) ; "
@@ -48,10 +44,10 @@ TEST(FourAnalysis, DefaultCommandForOneNumericOutput) {
 TEST(FourAnalysis, RunCoversTwoPeriodsEndingAtTheStopTime) {
     Four four;
     four.SetTStop(0.0005);
-    EXPECT_EQ(Between(Command(four), "save all; ", "; set nfreqs"),
+    EXPECT_EQ(Between(CommandOf(four), "save all; ", "; set nfreqs"),
               "-param hrange 0 0.002; tran  -env-options 1e-05 0.002 0 1e-05 auto_ic ");
     four.SetTStop(0.01);
-    EXPECT_EQ(Between(Command(four), "save all; ", "; set nfreqs"),
+    EXPECT_EQ(Between(CommandOf(four), "save all; ", "; set nfreqs"),
               "-param hrange 0.008 0.01; tran  -env-options 1e-05 0.01 0.008 1e-05 auto_ic ");
 
     // The derived run leaves the member alone; the user's settings run unchanged when asked for.
@@ -61,7 +57,7 @@ TEST(FourAnalysis, RunCoversTwoPeriodsEndingAtTheStopTime) {
         "-param hrange 0 0.001; tran  -env-options 0.001 0.001 0 0.001 uic auto_tstep auto_tmax ");
     four.SetUseTran(1);
     EXPECT_EQ(
-        Between(Command(four), "save all; ", "; set nfreqs"),
+        Between(CommandOf(four), "save all; ", "; set nfreqs"),
         "-param hrange 0 0.001; tran  -env-options 0.001 0.001 0 0.001 uic auto_tstep auto_tmax ");
 }
 
@@ -69,7 +65,7 @@ TEST(FourAnalysis, HarmonicCountAndSamplingSetTheGrid) {
     Four four;
     four.SetNumFreqs(20);
     EXPECT_EQ(four.GetGridSize(), 512.0);
-    CString cmd = Command(four);
+    CString cmd = CommandOf(four);
     EXPECT_NE(cmd.Find("set nfreqs = 21; "), -1);
     EXPECT_NE(cmd.Find("set fourgridsize = 512; "), -1);
     // Points per period count even when the user did not ask for them.
@@ -80,7 +76,7 @@ TEST(FourAnalysis, HarmonicCountAndSamplingSetTheGrid) {
     EXPECT_EQ(four.GetGridSize(), 256.0);
     four.SetUseDegPoly(1);
     four.SetDegPoly(3);
-    cmd = Command(four);
+    cmd = CommandOf(four);
     EXPECT_NE(cmd.Find("set polydegree = 3; set fourgridsize = 256; "), -1) << cmd.c_str();
     EXPECT_NE(cmd.Find("set nfreqs = 9; set polydegree = 1; set fourgridsize = 200; "), -1);
 }
@@ -88,7 +84,7 @@ TEST(FourAnalysis, HarmonicCountAndSamplingSetTheGrid) {
 TEST(FourAnalysis, OnlyNumericNodeNamesAreWrapped) {
     Four four;
     four.GetAnalysisNodes().SetNodesString("out 12 n3");
-    const CString cmd = Command(four);
+    const CString cmd = CommandOf(four);
     EXPECT_EQ(Between(cmd, "iplot ", ";"), "out V(12) n3 ");
     EXPECT_EQ(Between(cmd, "fourier ", ";"), "/bar /plot 1000 out V(12) n3 ");
 }
@@ -101,18 +97,19 @@ TEST(FourAnalysis, DisplayFlagsAndPlotChoiceShapeTheFourierStatement) {
     four.SetNormalized(1);
     four.SetPlot(Four::Graph);
     four.SetFundFreq(50);
-    EXPECT_EQ(Between(Command(four), ";fourier ", ";"), "/+phase /norm /plot /nochart 50 out ");
+    EXPECT_EQ(Between(CommandOf(four), ";fourier ", ";"), "/+phase /norm /plot /nochart 50 out ");
 
     four.SetDisplayPhase(0);
     four.SetNormalized(0);
     four.SetLineGraph(1);
     four.SetPlot(Four::Chart);
-    EXPECT_EQ(Between(Command(four), ";fourier ", ";"), "/bar 50 out ");
+    EXPECT_EQ(Between(CommandOf(four), ";fourier ", ";"), "/bar 50 out ");
 
     four.SetVariation(ST_LOG);
-    EXPECT_NE(Command(four).Find("iplot out ; -param vscale log; -param hrange 0 0 ;fourier "), -1);
+    EXPECT_NE(CommandOf(four).Find("iplot out ; -param vscale log; -param hrange 0 0 ;fourier "),
+              -1);
     four.SetVariation(ST_NONE);
-    EXPECT_NE(Command(four).Find("iplot out ; -param hrange 0 0 ;fourier "), -1);
+    EXPECT_NE(CommandOf(four).Find("iplot out ; -param hrange 0 0 ;fourier "), -1);
 }
 
 TEST(FourAnalysis, ScriptLeavesOutThePlotSetupAndTheRawFile) {
@@ -123,7 +120,7 @@ TEST(FourAnalysis, ScriptLeavesOutThePlotSetupAndTheRawFile) {
     EXPECT_EQ(script.Find("begin-scope page "), 0);
     EXPECT_EQ(script.Find("checknodes"), -1) << script.c_str();
     EXPECT_EQ(script.Find("write-and-destroy-iplot"), -1) << script.c_str();
-    EXPECT_NE(script.Find(Command(four)), -1);
+    EXPECT_NE(script.Find(CommandOf(four)), -1);
 }
 
 TEST(FourAnalysis, SimulationNeedsFrequencyStopTimeAndEnoughPoints) {

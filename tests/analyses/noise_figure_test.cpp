@@ -12,6 +12,7 @@
 namespace {
 
 using NoiseFigure = Analyses::NoiseFigure;
+using canal_test::LogLines;
 using canal_test::ScriptedAnswer;
 using canal_test::ScriptedEngine;
 using canal_test::ScriptedPlot;
@@ -19,13 +20,6 @@ using canal_test::ScriptedPlot;
 struct TestCollection : Analyses {
     using Analyses::RegisterAnalysis;
 };
-
-std::vector<std::string> LogLines(const ChartLog& log) {
-    std::vector<std::string> lines;
-    for (const ChartLog::Entry& e : log.GetEntries())
-        lines.push_back(e.text.str());
-    return lines;
-}
 
 ScriptedPlot NoisePlot(std::vector<CString> vectors, std::vector<double> row,
                        ANALYSIS_TYPE type = AT_NOISE) {
@@ -147,12 +141,8 @@ TEST(NoiseFigureAnalysis, RunReportsEachResultCase) {
         int result;
         const char* text;
     };
-    const Case cases[] = {
-        {1e-6, 1e-7, 1, "20db"},
-        {0.0, 0.0, 0, "Unable to produce a result: both input and output noise sources are zero"},
-        {0.0, 1e-7, 0, "Negative Infinity"},
-        {1e-6, 0.0, 0, "Infinity"},
-    };
+    // The texts of every result case are the result function's; here a figure and a refusal.
+    const Case cases[] = {{1e-6, 1e-7, 1, "20db"}, {0.0, 1e-7, 0, "Negative Infinity"}};
     for (const Case& c : cases) {
         NoiseRun run({NoisePlot(kSpectra, {1e9, c.o, c.i})});
         EXPECT_EQ(run.Run(), c.result) << c.text;

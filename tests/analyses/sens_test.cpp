@@ -94,12 +94,12 @@ TEST(SensAnalysis, CopiesPointAtTheirOwnEmbeddedAnalysis) {
     EXPECT_EQ(constructed.GetAc().GetFstop(), 5e5);
 }
 
-TEST(SensAnalysis, ReadingTheEmbeddedRecordSelectsIt) {
-    Sens ac;
-    ac.SetSensType(Type::Ac);
-    ac.GetAc().SetFstart(42);
+TEST(SensAnalysis, ReadingTheEmbeddedRecordSelectsItAndSkipsWrongTypes) {
+    Sens source;
+    source.SetSensType(Type::Ac);
+    source.GetAc().SetFstart(42);
     Sens s;
-    ASSERT_EQ(s.fromPropertyItem(ParseItem(ac.toPropertyItem().GetField())), 1);
+    ASSERT_EQ(s.fromPropertyItem(ParseItem(source.toPropertyItem().GetField())), 1);
     EXPECT_EQ(s.GetSensType(), Type::Ac);
     ExpectProxyOwnedBy(s);
     EXPECT_EQ(s.GetAc().GetFstart(), 42);
@@ -107,17 +107,10 @@ TEST(SensAnalysis, ReadingTheEmbeddedRecordSelectsIt) {
     ASSERT_EQ(s.fromPropertyItem(Sens().toPropertyItem()), 1);
     EXPECT_EQ(s.GetSensType(), Type::Op);
     ExpectProxyOwnedBy(s);
-}
 
-TEST(SensAnalysis, ReaderSkipsWrongTypesAndReportsUnknownKeys) {
-    Sens source;
-    source.SetSensType(Type::Ac);
-    source.GetAc().SetFstart(42);
     CPropertyList list("OutputNode:int{3} Unknown:int{1} UseAbsoluteScaling:string{0} "
                        "AC:string{x} CurrentSource:string{ vs }");
     list.AddItem(source.GetSensAnalysis().toPropertyItem());
-
-    Sens s;
     EXPECT_EQ(s.fromPropertyItem(Record("SENS", list)), 0);
     EXPECT_EQ(s.GetOutputNode(), "");
     EXPECT_EQ(s.GetUseAbsoluteScaling(), 1);

@@ -3,13 +3,11 @@
 #include "analyses/compound/trace_width.h"
 #include "analyses/core/analysis_proxy.h"
 #include "tests/support/scripted_engine.h"
+#include "tests/support/temp_folder.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,47 +15,13 @@ namespace {
 
 namespace fs = std::filesystem;
 using TraceWidth = Analyses::TraceWidth;
+using canal_test::LogLines;
 using canal_test::ScriptedAnswer;
 using canal_test::ScriptedEngine;
 using canal_test::ScriptedPlot;
 
 struct TestCollection : Analyses {
     using Analyses::RegisterAnalysis;
-};
-
-std::vector<std::string> LogLines(const ChartLog& log) {
-    std::vector<std::string> lines;
-    for (const ChartLog::Entry& e : log.GetEntries())
-        lines.push_back(e.text.str());
-    return lines;
-}
-
-/// A fresh folder under the system's temporary folder, removed with its files.
-class TempFolder {
-public:
-    TempFolder() {
-        std::string name = (fs::temp_directory_path() / "canal-tw-XXXXXX").string();
-        if (mkdtemp(name.data()))
-            path_ = name;
-    }
-    ~TempFolder() {
-        std::error_code ec;
-        if (!path_.empty())
-            fs::remove_all(path_, ec);
-    }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-
-    const fs::path& Path() const { return path_; }
-    std::string Read(const char* name) const {
-        std::ifstream in(path_ / name);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
-    }
-
-private:
-    fs::path path_;
 };
 
 // A resistor r10 (two pins), a transistor q2 (three pins), a resistor r2 whose
@@ -264,8 +228,7 @@ TEST(TraceWidthAnalysis, PlotWithoutPinCurrentsGivesAnEmptyLog) {
 }
 
 TEST(TraceWidthAnalysis, DiagnosticFilesGoToTheOutputFolderOnly) {
-    TempFolder folder;
-    ASSERT_FALSE(folder.Path().empty());
+    const canal_test::TempFolder folder;
     TraceRun run(TransientPlot(kVectors, kRows));
     run.engine.SetOutputFolder(folder.Path().string().c_str());
     ASSERT_EQ(run.Run(), 1);

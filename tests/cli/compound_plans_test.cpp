@@ -112,28 +112,19 @@ TEST(CompoundPlans, AnUnacceptableToleranceStopsThePlanBeforeAnyRequest) {
                "MemberParamToSweep:list{name:string{resistance} value:double{" +
                value + "}}} ";
     };
-    const std::string err = "Error: Tolerance ";
-    const std::pair<std::string, std::string> cases[] = {
-        {tolerance("TolValue:double{100}", "2000"),
-         "1 (r2 resistance): " + err + "must be less than or equal to 100%."},
-        {tolerance("TolValue:double{5}", "2000") + tolerance("TolValue:double{0}", "2000"),
-         "2 (r2 resistance): " + err + "is less than or equal to zero."},
-        {tolerance("TolType:int{0} TolValue:double{-1}", "2000"),
-         "1 (r2 resistance): " + err + "is less than or equal to zero."},
-        {tolerance("TolValue:double{5}", "0"),
-         "1 (r2 resistance): " + err + "cannot be set as percentage if the value is zero."},
-    };
-    for (const auto& [tolerances, why] : cases) {
-        for (const std::string nickname : {"MONTE", "WORST"}) {
-            SCOPED_TRACE(nickname + ": " + why);
-            const Result r = Canal({"plan", nickname, "--settings",
-                                    files.Write(nickname, WcMc(nickname, "", tolerances))});
-            EXPECT_EQ(r.status, 2);
-            EXPECT_EQ(r.out, "");
-            EXPECT_EQ(r.err, "canal: plan: the settings of " +
-                                 std::string(nickname == "MONTE" ? "Monte Carlo" : "Worst Case") +
-                                 " are not acceptable: tolerance " + why + "\n");
-        }
+    // Why a tolerance fails is the validator's business; here the first refused one is named.
+    const std::string tolerances = tolerance("TolValue:double{5}", "2000") +
+                                   tolerance("TolValue:double{0}", "2000") +
+                                   tolerance("TolValue:double{100}", "2000");
+    for (const std::string nickname : {"MONTE", "WORST"}) {
+        const Result r = Canal({"plan", nickname, "--settings",
+                                files.Write(nickname, WcMc(nickname, "", tolerances))});
+        EXPECT_EQ(r.status, 2);
+        EXPECT_EQ(r.out, "");
+        EXPECT_EQ(r.err, "canal: plan: the settings of " +
+                             std::string(nickname == "MONTE" ? "Monte Carlo" : "Worst Case") +
+                             " are not acceptable: tolerance 2 (r2 resistance): Error: Tolerance "
+                             "is less than or equal to zero.\n");
     }
     // An absolute tolerance of a zero value, and 99.9%, are acceptable.
     const std::string fine = tolerance("TolType:int{0} TolValue:double{3}", "0") +

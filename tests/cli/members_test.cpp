@@ -8,10 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <sstream>
-#include <unistd.h>
 
 namespace {
 
@@ -20,22 +17,8 @@ using canal_test::Result;
 
 class MembersCommand : public ::testing::Test {
 protected:
-    void SetUp() override {
-        dir_ = std::filesystem::temp_directory_path() /
-               ("canal_members_" + std::to_string(::getpid()) + "_" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        std::filesystem::create_directories(dir_);
-    }
-    void TearDown() override {
-        std::error_code ec;
-        std::filesystem::remove_all(dir_, ec);
-    }
-    std::string Write(const std::string& netlist) {
-        const std::string path = (dir_ / "circuit.cir").string();
-        std::ofstream(path) << netlist;
-        return path;
-    }
-    std::filesystem::path dir_;
+    std::string Write(const std::string& netlist) { return files_.Write("circuit.cir", netlist); }
+    canal_test::TempFolder files_;
 };
 
 TEST_F(MembersCommand, ListsInstancesAndModelsWithValuesAndReadyToPasteRecords) {
@@ -82,7 +65,7 @@ TEST_F(MembersCommand, OnlyNarrowsTheListingAndEveryFailureHasItsStatus) {
     EXPECT_EQ(missing.status, 1);
     EXPECT_EQ(missing.err, "canal: members: the circuit has no instance or model called \"r9\"\n");
 
-    const Result unreadable = Canal({"members", (dir_ / "none.cir").string()});
+    const Result unreadable = Canal({"members", files_.Path("none.cir")});
     EXPECT_EQ(unreadable.status, 2);
     EXPECT_NE(unreadable.err.find("cannot read circuit file"), std::string::npos);
 

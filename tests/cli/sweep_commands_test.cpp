@@ -4,10 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -24,25 +20,16 @@ const std::string kDefaultTran = "exec: -param hrange 0 0.001; tran  -env-option
 
 class SweepFile : public ::testing::Test {
 protected:
-    void SetUp() override {
-        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-        dir_ = std::filesystem::temp_directory_path() /
-               (std::string("canal_sweep_") + info->name() + "_" + std::to_string(::getpid()));
-        std::filesystem::create_directories(dir_);
-    }
-    void TearDown() override { std::filesystem::remove_all(dir_); }
-
     /// A settings file of `nickname` with the output variable and the ANALYSIS body given.
     std::string Settings(const std::string& nickname, const std::string& analysis) {
-        const std::string path = (dir_ / (nickname + std::to_string(++files_))).string();
-        std::ofstream(path) << nickname << ":list{\n  " << kNodes << "\n  ANALYSIS:list{"
-                            << analysis << "}}\n";
-        return path;
+        return files_.Write(nickname + std::to_string(++written_),
+                            nickname + ":list{\n  " + kNodes + "\n  ANALYSIS:list{" + analysis +
+                                "}}\n");
     }
 
 private:
-    std::filesystem::path dir_;
-    int files_ = 0;
+    canal_test::TempFolder files_;
+    int written_ = 0;
 };
 
 TEST_F(SweepFile, PlanPrintsEveryRequestInOrderForEveryWalk) {
@@ -66,21 +53,6 @@ TEST_F(SweepFile, PlanPrintsEveryRequestInOrderForEveryWalk) {
              "log:   TEMP=300: Temperature=300\n"
              "log:   TEMP=350: Temperature=350\n"
              "result: 1\n"},
-        // Decades of a model parameter over operating points; the stored value comes back.
-        {"PSWEEP",
-         "ModelSweep:list{Variation:int{0} Start:double{1} Stop:double{100} NumItems:double{0}} "
-         "SweepType:int{1} AnalysisType:int{0} "
-         "ModelToSweep:list{device:string{Diode} model:string{dmod} isinst:int{0}} "
-         "ModelParamToSweep:list{name:string{rs} value:double{5}}",
-         "param 2019 Diode dmod rs = 1\nexec: op;\n"
-         "param 2019 Diode dmod rs = 10\nexec: op;\n"
-         "param 2019 Diode dmod rs = 100\nexec: op;\n"
-         "param 2019 Diode dmod rs = 5\n"
-         "log: Parameter Sweep\n"
-         "log:   SWEEP#1: dmod[rs]=1\n"
-         "log:   SWEEP#2: dmod[rs]=10\n"
-         "log:   SWEEP#3: dmod[rs]=100\n"
-         "result: 1\n"},
         // Octaves of an instance named alone (device and model print as "-"), over the
         // sweep's own AC settings; the point count is recounted from start and stop.
         {"PSWEEP",

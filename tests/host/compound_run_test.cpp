@@ -399,12 +399,18 @@ TEST_F(CompoundRunTest, CtrlCStopsAfterTheCurrentRunAndWritesTheRunsMade) {
         ::_exit(127);
     }
     ::close(errPipe[1]);
-    // The status line shows once the runs have gone on for half a second.
-    pollfd ready{errPipe[0], POLLIN, 0};
-    const bool underWay = ::poll(&ready, 1, 30000) == 1;
-    ::kill(child, SIGINT);
+    // Interrupt once the status line names the third random run, so that runs are done.
     std::string err;
     char buffer[4096];
+    bool underWay = false;
+    for (pollfd ready{errPipe[0], POLLIN, 0}; !underWay && ::poll(&ready, 1, 60000) == 1;) {
+        const ssize_t n = ::read(errPipe[0], buffer, sizeof buffer);
+        if (n <= 0)
+            break;
+        err.append(buffer, static_cast<size_t>(n));
+        underWay = err.find("Run #3") != std::string::npos;
+    }
+    ::kill(child, SIGINT);
     for (ssize_t n; (n = ::read(errPipe[0], buffer, sizeof buffer)) > 0;)
         err.append(buffer, static_cast<size_t>(n));
     ::close(errPipe[0]);

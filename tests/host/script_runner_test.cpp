@@ -2,6 +2,7 @@
 #include "host/ngspice/script_runner.h"
 #include "host/ngspice/session.h"
 #include "platform/cstring.h"
+#include "tests/support/temp_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -9,13 +10,10 @@
 #include <cmath>
 #include <complex>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include <unistd.h>
 
 namespace {
 
@@ -36,12 +34,6 @@ const char* kDiode = "diode\ni1 0 a dc 1m\nd1 a 0 dm\n.model dm d is=1e-14\n";
 
 class ScriptRunnerTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        dir_ = std::filesystem::temp_directory_path() /
-               ("canal_host_" + std::to_string(::getpid()) + "_" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        std::filesystem::create_directories(dir_);
-    }
     void TearDown() override {
         if (HasFailure()) {
             std::cerr << "---- ngspice log ----\n";
@@ -53,16 +45,13 @@ protected:
                     std::cerr << "   " << line << '\n';
             }
         }
-        std::error_code ec;
-        std::filesystem::remove_all(dir_, ec);
     }
 
     // Writes the netlist to a file of the test's own folder and loads it from there.
     void Load(const std::string& netlist) {
-        const auto path = dir_ / "circuit.cir";
-        std::ofstream(path) << netlist << ".end\n";
         std::string error;
-        ASSERT_TRUE(runner_.LoadCircuitFile(path.string(), error)) << error;
+        ASSERT_TRUE(runner_.LoadCircuitFile(files_.Write("circuit.cir", netlist + ".end\n"), error))
+            << error;
     }
 
     const RunResult& Run(const std::string& script, const RunOptions& options = {}) {
@@ -98,7 +87,7 @@ protected:
         return all;
     }
 
-    std::filesystem::path dir_;
+    canal_test::TempFolder files_;
     host::ScriptRunner runner_{host::NgSpiceSession::Get()};
     RunResult last_;
 };
@@ -148,8 +137,8 @@ TEST_F(ScriptRunnerTest, OperatingPointOfDividerGivesNodeVoltagesAndSourceCurren
 }
 
 TEST_F(ScriptRunnerTest, RelativeIncludesOfANetlistFileAreFoundBesideIt) {
-    std::filesystem::create_directories(dir_ / "lib");
-    std::ofstream(dir_ / "lib" / "parts.lib") << ".model dm d is=1e-14\n";
+    std::filesystem::create_directories(files_.Path() / "lib");
+    files_.Write("lib/parts.lib", ".model dm d is=1e-14\n");
     Load("include\ni1 0 a dc 1m\nd1 a 0 dm\n.include \"lib/parts.lib\"\n");
     EXPECT_REL(OpValue(""), 0.65, 0.1);
 }
@@ -466,7 +455,7 @@ TEST_F(ScriptRunnerTest, ListenerSeesEveryRowAndItsFailureFailsOnlyTheAnalysis) 
     Counter counter;
     RunOptions options;
     options.listener = &counter;
-    const std::string raw = (dir_ / "out.raw").string();
+    const std::string raw = files_.Path("out.raw");
     Run("begin-scope page AC; save v(out); ac  -env-options dec 10 1 1000 ; "
         "write-and-destroy-iplot " +
             raw + "; end-scope ",

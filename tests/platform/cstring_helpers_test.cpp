@@ -95,41 +95,28 @@ TEST(Statements, SplitOnlyAtSemicolonsOutsideRecordsAndQuotes) {
 }
 
 TEST(Helpers, ExpandNumberGivesEngineeringMantissaAndPrefix) {
-    double m = 0;
-    CString unit;
-    ExpandNumber(0.0015, "s", &m, &unit, 1, 1);
-    EXPECT_EQ(m, 1.5);
-    EXPECT_EQ(unit, "ms");
-    ExpandNumber(0, "s", &m, &unit, 1, 1);
-    EXPECT_EQ(m, 0);
-    EXPECT_EQ(unit, "s");
-    ExpandNumber(-2.2e-9, "F", &m, &unit, 1, 1);
-    EXPECT_DOUBLE_EQ(m, -2.2);
-    EXPECT_EQ(unit, "nF");
-    ExpandNumber(1e-3, "s", &m, &unit, 1, 1);
-    EXPECT_EQ(m, 1);
-    EXPECT_EQ(unit, "ms");
-    ExpandNumber(1000, "Hz", &m, &unit, 1, 1);
-    EXPECT_EQ(m, 1);
-    EXPECT_EQ(unit, "kHz");
-    ExpandNumber(999.5, "Hz", &m, &unit, 1, 1);
-    EXPECT_EQ(m, 999.5);
-    EXPECT_EQ(unit, "Hz");
-    ExpandNumber(4.7e-6, nullptr, &m, &unit, 1, 1);
-    EXPECT_DOUBLE_EQ(m, 4.7);
-    EXPECT_EQ(unit, "u");
-    ExpandNumber(5e15, "Hz", &m, &unit, 1, 1);
-    EXPECT_DOUBLE_EQ(m, 5000);
-    EXPECT_EQ(unit, "THz");
-    ExpandNumber(2e-18, "s", &m, &unit, 1, 1);
-    EXPECT_DOUBLE_EQ(m, 0.002);
-    EXPECT_EQ(unit, "fs");
-    ExpandNumber(0.00015, "s", &m, &unit, 1, 0);
-    EXPECT_DOUBLE_EQ(m, 150);
-    EXPECT_EQ(unit, "e-6s");
-    ExpandNumber(0.00015, "s", &m, &unit, 0, 0);
-    EXPECT_DOUBLE_EQ(m, 1.5);
-    EXPECT_EQ(unit, "e-4s");
+    struct Case {
+        double value;
+        const char* unit;
+        int engineering, prefix;
+        double mantissa;
+        const char* expanded;
+    };
+    const Case cases[] = {
+        {0.0015, "s", 1, 1, 1.5, "ms"},    {0, "s", 1, 1, 0, "s"},
+        {-2.2e-9, "F", 1, 1, -2.2, "nF"},  {1e-3, "s", 1, 1, 1, "ms"},
+        {1000, "Hz", 1, 1, 1, "kHz"},      {999.5, "Hz", 1, 1, 999.5, "Hz"},
+        {4.7e-6, nullptr, 1, 1, 4.7, "u"}, {5e15, "Hz", 1, 1, 5000, "THz"},
+        {2e-18, "s", 1, 1, 0.002, "fs"},   {0.00015, "s", 1, 0, 150, "e-6s"},
+        {0.00015, "s", 0, 0, 1.5, "e-4s"},
+    };
+    for (const Case& c : cases) {
+        double m = 0;
+        CString unit;
+        ExpandNumber(c.value, c.unit, &m, &unit, c.engineering, c.prefix);
+        EXPECT_DOUBLE_EQ(m, c.mantissa) << c.value;
+        EXPECT_EQ(unit, c.expanded) << c.value;
+    }
 }
 
 TEST(Helpers, GcdAndLcmOfFrequenciesTolerateRounding) {

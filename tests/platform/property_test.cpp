@@ -257,13 +257,3 @@ TEST(PropertyList, ExtractFieldWalksTheListEvenInPlace) {
     twice.RemoveAll();
     EXPECT_EQ(twice.GetCount(), 0);
 }
-
-TEST(PropertyItem, CopiesAreIndependentValues) {
-    CPropertyItem a("a", 1);
-    const CPropertyItem b = a;
-    a = CPropertyItem("z", "changed");
-    EXPECT_EQ(b.GetField(), "a:int{1}");
-    CPropertyItem moved = std::move(a);
-    EXPECT_EQ(moved.GetField(), "z:string{changed}");
-    EXPECT_TRUE(b == CPropertyItem("a", 1L));
-}

@@ -3,12 +3,11 @@
 #include "report/html.h"
 #include "report/report.h"
 #include "report/text.h"
+#include "tests/support/temp_folder.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 namespace {
 
@@ -39,13 +38,6 @@ report::Report SampleReport() {
     ac.error = "Error: \"bad\" <thing>";
     r.sections.push_back(ac);
     return r;
-}
-
-std::string ReadAll(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
 }
 
 } // namespace
@@ -79,10 +71,8 @@ TEST(Html, InlinePlotsOfSeveralPagesKeepDistinctClipIds) {
 
 TEST(ReportWriter, WritesEveryFileTheReportLinksTo) {
     namespace fs = std::filesystem;
-    fs::path dir =
-        fs::temp_directory_path() /
-        ("canal_report_test_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()));
-    fs::remove_all(dir);
+    const canal_test::TempFolder folder;
+    const fs::path& dir = folder.Path();
     report::Report r = SampleReport();
     r.sections[0].pages[0].histograms.push_back({"MAX of v(out)", "V", {1, 2, 2}, 1.7, 0.5});
     report::Section tran;
@@ -102,25 +92,24 @@ TEST(ReportWriter, WritesEveryFileTheReportLinksTo) {
         EXPECT_TRUE(fs::exists(dir / "nested" / name)) << name;
     for (const char* name : {"tran-analysis.txt", "tran-log.txt", "report.html"})
         EXPECT_TRUE(fs::exists(dir / "nested" / name)) << name;
-    EXPECT_EQ(ReadAll(dir / "nested" / "tran-runs.csv"), "index,value\n0,1\n");
+    EXPECT_EQ(folder.Read("nested/tran-runs.csv"), "index,value\n0,1\n");
     EXPECT_FALSE(fs::exists(dir / "nested" / "ac-02-operating-point.svg"));
     EXPECT_EQ(result.files.size(), 11u);
 
-    std::string html = ReadAll(dir / "nested" / "report.html");
+    std::string html = folder.Read("nested/report.html");
     EXPECT_NE(html.find("href=\"ac-01-ac-analysis.csv\""), std::string::npos);
     EXPECT_NE(html.find("href=\"tran-results.txt\""), std::string::npos);
     EXPECT_NE(html.find("Distribution of MAX of v(out)"), std::string::npos);
-    std::string log = ReadAll(dir / "nested" / "ac-log.txt");
+    std::string log = folder.Read("nested/ac-log.txt");
     EXPECT_NE(log.find("Failed: Error: \"bad\" <thing>"), std::string::npos);
     EXPECT_NE(log.find("Error: no such vector & friends"), std::string::npos);
-    EXPECT_EQ(ReadAll(dir / "nested" / "ac-analysis.txt"), r.sections[0].settingsText);
+    EXPECT_EQ(folder.Read("nested/ac-analysis.txt"), r.sections[0].settingsText);
 
     // A folder that cannot be created is reported, not thrown.
-    std::ofstream(dir / "file") << "x";
+    folder.Write("file", "x");
     auto bad = report::WriteReport(r, (dir / "file" / "sub").string());
     EXPECT_FALSE(bad.ok());
     EXPECT_TRUE(bad.files.empty());
-    fs::remove_all(dir);
 }
 
 TEST(ReportNames, SlugsAreShortLowerCaseAndNeverEmpty) {

@@ -4,10 +4,12 @@
 
 #include "tests/support/circuit_engine.h"
 
+#include "platform/chartlog.h"
 #include "platform/events.h"
 #include "platform/frontend.h"
 
 #include <functional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -166,5 +168,13 @@ private:
     std::vector<ScriptedEvent> events_;
     std::vector<CSpiceSession*> stoppedSessions_;
 };
+
+/// The entries of a chart log, one text each, without the title.
+inline std::vector<std::string> LogLines(const ChartLog& log) {
+    std::vector<std::string> lines;
+    for (const ChartLog::Entry& e : log.GetEntries())
+        lines.push_back(e.text.str());
+    return lines;
+}
 
 } // namespace canal_test
