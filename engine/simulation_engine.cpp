@@ -95,7 +95,7 @@ bool HasOutputParameter(CSPICEdevMemberList& list, const CString& name, const CS
 class RunTapeScope {
 public:
     RunTapeScope(CASimulationEngine& engine, CRunTape& tape, bool record)
-        : engine_(engine), tape_(std::exchange(engine.tape_, &tape)),
+        : engine_(engine), record_(record), tape_(std::exchange(engine.tape_, &tape)),
           recording_(std::exchange(engine.recording_, record)), guiFE_(engine.guiFE_) {
         if (record) {
             engine_.guiFE_ = nullptr;
@@ -104,7 +104,7 @@ public:
         }
     }
     ~RunTapeScope() {
-        if (engine_.recording_) {
+        if (record_) {
             engine_.guiFE_ = guiFE_;
             engine_.openPage_ = std::move(openPage_);
             engine_.finishedPages_ = std::move(finishedPages_);
@@ -117,8 +117,9 @@ public:
 
 private:
     CASimulationEngine& engine_;
-    CRunTape* tape_;
-    bool recording_;
+    bool record_;
+    CRunTape* tape_; ///< the engine's tape before this one
+    bool recording_; ///< and whether it was recording
     CGuiFE* guiFE_;
     std::optional<CGrapherPage> openPage_;
     std::vector<CGrapherPage> finishedPages_;
