@@ -6,6 +6,7 @@
 #include "tests/host/engine_support.h"
 #include "tests/support/tool_run.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <map>
 
@@ -192,6 +193,30 @@ TEST_F(WorkerHistory, ARunMadeAfterOtherRunsEqualsTheSameRunInAFreshWorker) {
     EXPECT_GT(inTurn.bytes[2].size(), 1000u) << "the run sent its plot";
     EXPECT_TRUE(inTurn.bytes[2] == alone.bytes[0]);
     EXPECT_FALSE(inTurn.bytes[1] == alone.bytes[0]) << "another value, another run";
+}
+
+TEST_F(WorkerHistory, WhatNgspicePrintedBeforeAWorkerCrashedIsInTheFailure) {
+    Load({"low pass", "v1 in 0 dc 1", "r1 in out 1k", "c1 out 0 100n"});
+    host::ForkedRunDistributor workers(2, &host::NgSpiceSession::Get());
+    std::vector<CRunOutcome> outcomes;
+    EXPECT_TRUE(workers.Map(
+        2,
+        [&](size_t i) {
+            if (i == 1) {
+                (void)host::NgSpiceSession::Get().Command("print v(nowhere)");
+                ::raise(SIGSEGV);
+            }
+            return std::string("fine");
+        },
+        [&](size_t, const CRunOutcome& o) {
+            outcomes.push_back(o);
+            return true;
+        }));
+    ASSERT_EQ(outcomes.size(), 2u);
+    EXPECT_TRUE(outcomes[0].ok);
+    EXPECT_FALSE(outcomes[1].ok);
+    EXPECT_NE(outcomes[1].error.find("signal 11"), std::string::npos) << outcomes[1].error;
+    EXPECT_NE(outcomes[1].error.find("nowhere"), std::string::npos) << outcomes[1].error;
 }
 
 TEST(ForkedRuns, OutcomesComeInOrderAndFailuresStoppingAndHangsCostOnlyTheirJobs) {
