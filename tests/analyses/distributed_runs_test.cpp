@@ -49,6 +49,21 @@ private:
     std::set<size_t> fail_;
 };
 
+// Makes and hands over `taken` jobs in order, then reports a stop, as a Ctrl-C would.
+class StoppingDistributor final : public CRunDistributor {
+public:
+    explicit StoppingDistributor(size_t taken) : taken_(taken) {}
+    bool Map(size_t count, const Job& job, const Take& take) override {
+        for (size_t i = 0; i < count && i < taken_; ++i)
+            if (!take(i, CRunOutcome{true, job(i), {}}))
+                return true;
+        return count <= taken_;
+    }
+
+private:
+    size_t taken_;
+};
+
 // Everything a run leaves on the engine's pages, numbers bit for bit.
 std::string PagesText(const ScriptedEngine& engine) {
     std::string text;
@@ -139,6 +154,18 @@ TEST(DistributedRuns, AFailedMonteCarloRunIsAFailedCommandAndTheOthersStand) {
     EXPECT_NE(failed.find("Run #3: no valid measurement (the simulator reported a failure)"),
               std::string::npos)
         << failed;
+}
+
+TEST(DistributedRuns, AStopKeepsTheRunsMergedAndSkipsTheRestAndTheRepeatedWorstRun) {
+    StoppingDistributor stopAfterTwo(2);
+    const std::string stopped = WcMcPages(0, &stopAfterTwo);
+    EXPECT_NE(stopped.find("Runs made: 3\nStopped on request before Run #3\n"), std::string::npos)
+        << stopped;
+    EXPECT_NE(stopped.find("\n2,Run #2,"), std::string::npos);
+    EXPECT_EQ(stopped.find("\n3,"), std::string::npos) << "no later run and no repeated worst run";
+    // The traces merged are those the same runs made in order leave.
+    const std::string traces = stopped.substr(0, stopped.find("Monte Carlo Results"));
+    EXPECT_EQ(WcMcPages(0, nullptr).rfind(traces, 0), 0u) << traces;
 }
 
 // The plot of an operating point or transient that tells the temperature and resistance set.
