@@ -46,12 +46,19 @@ void StatusLine::Clear() {
 }
 
 void StatusLine::SetProgress(size_t done, size_t total) {
+    const auto now = std::chrono::steady_clock::now();
     if (total > 0 && (total_ == 0 || done == 0))
-        countStart_ = std::chrono::steady_clock::now();
+        countStart_ = now;
     done_ = std::min(done, total);
     total_ = total;
-    if (terminal_ && (total > 0 || shown_ > 0))
-        Update(text_);
+    // Quick runs would redraw the line thousands of times a second: the first, the last and
+    // one every 33 ms are enough to watch.
+    if (!terminal_ || (total == 0 && shown_ == 0))
+        return;
+    if (done > 0 && done < total && now - lastDrawn_ < std::chrono::milliseconds(33))
+        return;
+    lastDrawn_ = now;
+    Update(text_);
 }
 
 std::string StatusLine::ProgressText(double seconds) const {

@@ -42,6 +42,7 @@ private:
     size_t done_ = 0;
     size_t total_ = 0;
     std::chrono::steady_clock::time_point countStart_;
+    std::chrono::steady_clock::time_point lastDrawn_; ///< of the bar, for its throttle
 };
 
 /// The front end the tool gives its engine: the status text (property 10019) goes to the
