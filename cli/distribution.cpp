@@ -3,12 +3,24 @@
 
 #include "host/ngspice/forked_runs.h"
 
+#if CANAL_MPI_BUILD
+#include "host/mpi/mpi_distributor.h"
+#endif
+
 #include <charconv>
 #include <cstdlib>
 #include <string_view>
 #include <thread>
 
 namespace cli {
+
+namespace {
+const host::mpi::CMpiSession* mpiSession = nullptr;
+}
+
+void UseMpiSession(const host::mpi::CMpiSession* session) {
+    mpiSession = session;
+}
 
 int DefaultJobs() {
     const unsigned cores = std::thread::hardware_concurrency();
@@ -26,6 +38,13 @@ std::optional<int> ParseJobs(const std::string& text) {
 
 std::unique_ptr<CRunDistributor> MakeRunDistributor(int jobs, host::NgSpiceSession* session,
                                                     std::function<bool()> stop) {
+#if CANAL_MPI_BUILD
+    if (mpiSession) {
+        host::mpi::CMpiDistributorOptions options;
+        options.stopRequested = std::move(stop);
+        return host::mpi::MakeMpiDistributor(*mpiSession, std::move(options));
+    }
+#endif
     if (jobs <= 1)
         return nullptr;
     auto workers = std::make_unique<host::ForkedRunDistributor>(jobs, session, std::move(stop));
