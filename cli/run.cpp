@@ -363,6 +363,9 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
     std::error_code ec;
     std::filesystem::create_directories(dir, ec);
     CircuitRun run(err, dir, jobs);
+    // A compound analysis reads the values of the elements its settings name, and no others.
+    if (compound)
+        run.Engine().ReadValuesOnlyFor(analysis->toPropertyItem().GetPropertyList());
     if (!LoadOrReport(run, circuit, {analysis.get()}, result, dir, out, err))
         return ExitFailure;
     if (compound) {

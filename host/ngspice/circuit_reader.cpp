@@ -338,7 +338,8 @@ std::string PrincipalParameter(std::string_view kind) {
     return {};
 }
 
-CircuitContents ReadCircuit(NgSpiceSession& session, const std::vector<std::string>& skip) {
+CircuitContents ReadCircuit(NgSpiceSession& session, const std::vector<std::string>& skip,
+                            const std::set<std::string>* valuesOf) {
     CircuitContents contents;
     contents.kinds = DeviceKinds(session);
     if (!session.HasCircuit())
@@ -358,7 +359,7 @@ CircuitContents ReadCircuit(NgSpiceSession& session, const std::vector<std::stri
     auto ask = [&](CircuitContents::Element& e, const std::vector<ParameterInfo>& table) {
         e.params = Parameters(table);
         // Models inside subcircuits ("x1:dmod") cannot be named in a vector.
-        if (e.name.find(':') != std::string::npos)
+        if (e.name.find(':') != std::string::npos || (valuesOf && !valuesOf->count(Lower(e.name))))
             return;
         for (std::size_t i = 0; i < e.params.size(); ++i)
             if (e.params[i].mode != "Input")

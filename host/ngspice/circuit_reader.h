@@ -5,6 +5,7 @@
 #include "platform/spice_circuit.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -80,8 +81,10 @@ struct CircuitContents {
 /// are in place, and removes its plot again. Every parameter value is read in forked children
 /// (a few parameters crash ngspice 39 when read), restarting after each crash without the
 /// parameter that caused it. ngspice's save list is as it was afterwards. `skip` names
-/// instances left out (the host's own probe sources).
-CircuitContents ReadCircuit(NgSpiceSession& session, const std::vector<std::string>& skip = {});
+/// instances left out (the host's own probe sources). With `valuesOf` (lower-case names of
+/// instances and models), only those elements' values are read; the others have none.
+CircuitContents ReadCircuit(NgSpiceSession& session, const std::vector<std::string>& skip = {},
+                            const std::set<std::string>* valuesOf = nullptr);
 
 /// Fills `circuit` (a fresh circuit of a session, whose device table is empty or ngspice's)
 /// with the kinds, models and instances read. Instances of kinds without models go under a

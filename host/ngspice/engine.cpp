@@ -243,7 +243,7 @@ void NgSpiceEngine::EnsureRead() {
     std::vector<std::string> skip;
     for (const PinProbe& p : probes_)
         skip.push_back(p.source);
-    contents_ = ReadCircuit(session_, skip);
+    contents_ = ReadCircuit(session_, skip, valuesOnlyOf_ ? &*valuesOnlyOf_ : nullptr);
     std::erase_if(contents_.vectors, [](const std::string& v) { return IsProbeName(v); });
     readSeconds_ = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     readGeneration_ = generation;
@@ -787,6 +787,16 @@ std::vector<std::string> NgSpiceEngine::CheckSettings(const CPropertyList& recor
         refusals.push_back(line);
     }
     return refusals;
+}
+
+void NgSpiceEngine::ReadValuesOnlyFor(const CPropertyList& record) {
+    std::set<std::string> names;
+    for (const MemberReference& ref : FindMemberReferences(record))
+        for (const char* label : {"name", "model"})
+            if (const std::string name = StringOf(ref.member, label); !name.empty())
+                names.insert(Lower(name));
+    valuesOnlyOf_ = std::move(names);
+    readGeneration_.reset();
 }
 
 // --- pin probes ------------------------------------------------------------------------------

@@ -14,6 +14,7 @@
 #include <atomic>
 #include <map>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -118,6 +119,11 @@ public:
     /// "...ToSweep" / "...ParamToSweep" pairs, the sweep's own pair by "SweepType", and in every
     /// tolerance) and unknown nodes in "OutputVariable". Empty when the settings fit the circuit.
     std::vector<std::string> CheckSettings(const CPropertyList& record);
+    /// From now on the circuit is read with the parameter values of only the elements that
+    /// `record` names (its members and tolerances); the others keep their parameter tables but no
+    /// values. A tool that runs one compound analysis needs no more, and reading every value of
+    /// every element is its largest fixed cost. Takes effect at the next read.
+    void ReadValuesOnlyFor(const CPropertyList& record);
 
     // --- CASimulationEngine ------------------------------------------------------------------
     int PerformConsistencyCheck(ANALYSIS_TYPE type) override;
@@ -206,6 +212,7 @@ private:
     std::optional<unsigned> readGeneration_; ///< the session's circuit generation read
     std::vector<std::string> readDeck_;
     double readSeconds_ = 0.0;
+    std::optional<std::set<std::string>> valuesOnlyOf_; ///< lower-case element names
 
     std::vector<std::string> originalDeck_; ///< without probes
     bool probesOn_ = false;

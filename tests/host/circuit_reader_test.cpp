@@ -171,6 +171,26 @@ TEST_F(EngineTest, TheCircuitReadBackHasKindsModelsInstancesValuesAndModes) {
     EXPECT_TRUE(p.IsInputMode());
 }
 
+TEST_F(EngineTest, ALimitedReadHasTheValuesOfTheNamedElementsOnlyAndStillChecksTheRest) {
+    engine_.ReadValuesOnlyFor(CPropertyList(
+        CString("Tol:list{TolSpecList:list{TolSpec:list{TolClass:int{1} "
+                "MemberToSweep:list{name:string{R1} isinst:int{1}} "
+                "MemberParamToSweep:list{name:string{resistance}}} TolSpec:list{TolClass:int{0} "
+                "MemberToSweep:list{model:string{dmod} isinst:int{0}} "
+                "MemberParamToSweep:list{name:string{is}}}}}")));
+    Load(kMixed);
+    const CircuitContents& c = engine_.Contents();
+    EXPECT_EQ(Param(Find(c.instances, "r1"), "resistance")->value.GetDouble(), 1000.0);
+    EXPECT_EQ(Param(Find(c.models, "dmod"), "is")->value.GetDouble(), 2e-14);
+    // Elements the settings do not name keep their tables but read no value.
+    const CSpiceParameter* dc = Param(Find(c.instances, "v1"), "dc");
+    ASSERT_NE(dc, nullptr);
+    EXPECT_TRUE(dc->value.IsEmpty());
+    EXPECT_TRUE(Param(Find(c.models, "qn"), "is")->value.IsEmpty());
+    EXPECT_EQ(engine_.CheckParameterChange(SNAPIN_INSTANCE_PARAMETER, {"", "", "v1", "dc"}), "");
+    EXPECT_NE(engine_.CheckParameterChange(SNAPIN_INSTANCE_PARAMETER, {"", "", "v1", "zz"}), "");
+}
+
 TEST_F(EngineTest, MembersResolveByNameWithEmptyDeviceAndModelNamesMatchingAny) {
     Load(kMixed);
     struct Case {
