@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <ctime>
 #include <cmath>
+#include <ctime>
 #include <unistd.h>
 
 void DivideStringIntoStatements(const CString& text, CStringArray& out) {
