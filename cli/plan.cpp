@@ -75,16 +75,8 @@ int PlanAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
     // The seed sequence starts afresh before anything is built, from the given seed or the
     // fixed default, so that the seed a result log names repeats the run exactly.
     uint64_t seed = Random::kDefaultMasterSeed;
-    if (const std::string* text = call.Value("--seed")) {
-        const std::optional<uint64_t> given = ParseSeed(*text);
-        if (!given) {
-            ReportError(
-                err,
-                CString::Formatted(GetResourceText(IDS_PLAN_ERR_BAD_SEED), text->c_str()).view());
-            return ExitUsage;
-        }
-        seed = *given;
-    }
+    if (!ReadOption(call, "--seed", ParseSeed, IDS_PLAN_ERR_BAD_SEED, seed, err))
+        return ExitUsage;
     Random::SetMasterSeed(seed);
     int status = ExitUsage;
     const std::unique_ptr<Analyses::Analysis> analysis =

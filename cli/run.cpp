@@ -315,28 +315,11 @@ int RunAnalysis(const Invocation& call, std::ostream& out, std::ostream& err) {
     // The seed sequence starts afresh before anything is built, from the given seed or the
     // fixed default, so that the seed a result names repeats the run exactly.
     uint64_t seed = Random::kDefaultMasterSeed;
-    if (const std::string* text = call.Value("--seed")) {
-        const std::optional<uint64_t> given = ParseSeed(*text);
-        if (!given) {
-            ReportError(
-                err,
-                CString::Formatted(GetResourceText(IDS_RUN_ERR_BAD_SEED), text->c_str()).view());
-            return ExitUsage;
-        }
-        seed = *given;
-    }
-    Random::SetMasterSeed(seed);
     int jobs = DefaultJobs();
-    if (const std::string* text = call.Value("--jobs")) {
-        const std::optional<int> given = ParseJobs(*text);
-        if (!given) {
-            ReportError(
-                err,
-                CString::Formatted(GetResourceText(IDS_RUN_ERR_BAD_JOBS), text->c_str()).view());
-            return ExitUsage;
-        }
-        jobs = *given;
-    }
+    if (!ReadOption(call, "--seed", ParseSeed, IDS_RUN_ERR_BAD_SEED, seed, err) ||
+        !ReadOption(call, "--jobs", ParseJobs, IDS_RUN_ERR_BAD_JOBS, jobs, err))
+        return ExitUsage;
+    Random::SetMasterSeed(seed);
     if (nickname == Analyses::s_GetPropertyLabel().view())
         return RunAnalysisSet(call, dir, jobs, out, err);
 

@@ -3,6 +3,8 @@
 
 #include "analyses/core/analysis.h"
 #include "analyses/core/postprocess.h"
+#include "cli/args.h"
+#include "platform/resources.h"
 
 #include <cstddef>
 #include <iosfwd>
@@ -94,5 +96,23 @@ std::string RefusedTolerance(const Analyses::Analysis& analysis);
 void ReportError(std::ostream& err, std::string_view message);
 /// Writes "canal: warning: " + `message` + newline to `err`.
 void ReportWarning(std::ostream& err, std::string_view message);
+
+/// Reads option `name` of `call` through `parse` (text to an optional T) into `value`, which
+/// stays as it is when the option is absent. False, with the message `bad` (a format whose
+/// "%s" is the text) on `err`, when the text does not parse.
+template <class T, class Parse>
+bool ReadOption(const Invocation& call, const char* name, Parse&& parse, ResourceId bad, T& value,
+                std::ostream& err) {
+    const std::string* text = call.Value(name);
+    if (!text)
+        return true;
+    const std::optional<T> given = parse(*text);
+    if (!given) {
+        ReportError(err, CString::Formatted(GetResourceText(bad), text->c_str()).view());
+        return false;
+    }
+    value = *given;
+    return true;
+}
 
 } // namespace cli
