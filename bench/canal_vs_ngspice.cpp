@@ -102,10 +102,9 @@ bool LoadForCanal(host::ScriptRunner& runner, std::string& error) {
     return runner.LoadCircuitLines(kCircuit, error);
 }
 
-/// Loads the circuit with ngSpice_Circ, as a plain client would.
-bool LoadForPlain(std::string& error) {
+/// Loads `circuit` with ngSpice_Circ, as a plain client would.
+bool LoadPlain(std::vector<std::string> lines, std::string& error) {
     (void)host::NgSpiceSession::Get(); // initialises the library once for the process
-    std::vector<std::string> lines = kCircuit;
     std::vector<char*> cards;
     for (std::string& line : lines)
         cards.push_back(line.data());
@@ -116,6 +115,10 @@ bool LoadForPlain(std::string& error) {
         return false;
     }
     return true;
+}
+
+bool LoadForPlain(std::string& error) {
+    return LoadPlain(kCircuit, error);
 }
 
 void BM_TranThroughCanal(benchmark::State& state) {
@@ -318,19 +321,8 @@ bool PlainInnerRun(int run, std::string& error) {
     return true;
 }
 
-/// Loads the amplifier with ngSpice_Circ, as a plain client would.
 bool LoadAmplifierPlain(std::string& error) {
-    std::vector<std::string> lines = kAmplifier;
-    std::vector<char*> cards;
-    for (std::string& line : lines)
-        cards.push_back(line.data());
-    cards.push_back(nullptr);
-    ngSpice_Command(const_cast<char*>("remcirc"));
-    if (ngSpice_Circ(cards.data()) != 0) {
-        error = "ngSpice_Circ failed";
-        return false;
-    }
-    return true;
+    return LoadPlain(kAmplifier, error);
 }
 
 /// Per-run overhead of the engine's inner runs (snap-in changes, SilentExecuteSimulatorCommand,
