@@ -34,8 +34,10 @@ double PhaseDegrees(double re, double im) {
     return std::atan2(im, re) * (180.0 / std::numbers::pi);
 }
 
-std::string Cell(const std::vector<double>& values, size_t i) {
-    return i < values.size() ? FormatFull(values[i]) : std::string();
+// Value i, or an empty cell past the end.
+void AppendCell(std::string& out, const std::vector<double>& values, size_t i) {
+    if (i < values.size())
+        AppendFull(out, values[i]);
 }
 
 std::string ToCsvWithoutX(const Page& page) {
@@ -49,10 +51,10 @@ std::string ToCsvWithoutX(const Page& page) {
             std::string name = n > 1 ? t.name + "[" + std::to_string(i) + "]" : t.name;
             out += CsvField(name);
             out += ',';
-            out += Cell(t.re, i);
+            AppendCell(out, t.re, i);
             if (anyComplex) {
                 out += ',';
-                out += Cell(t.im, i);
+                AppendCell(out, t.im, i);
             }
             out += '\n';
         }
@@ -110,11 +112,11 @@ void AppendTraceHeader(std::string& out, const Trace& t) {
 // Point k of a trace: its value, or magnitude and phase; empty cells past its end.
 void AppendTraceCells(std::string& out, const Trace& t, size_t k) {
     if (!t.IsComplex()) {
-        out += Cell(t.re, k);
+        AppendCell(out, t.re, k);
     } else if (k < t.re.size() && k < t.im.size()) {
-        out += FormatFull(Magnitude(t.re[k], t.im[k]));
+        AppendFull(out, Magnitude(t.re[k], t.im[k]));
         out += ',';
-        out += FormatFull(PhaseDegrees(t.re[k], t.im[k]));
+        AppendFull(out, PhaseDegrees(t.re[k], t.im[k]));
     } else {
         out += ',';
     }
@@ -159,7 +161,7 @@ std::string ToCsvPaired(const Page& page) {
             const Trace& t = page.traces[n];
             if (n > 0)
                 out += ',';
-            out += Cell(XOf(page, t), i);
+            AppendCell(out, XOf(page, t), i);
             out += ',';
             AppendTraceCells(out, t, i);
         }
@@ -189,7 +191,7 @@ std::string ToCsv(const Page& page) {
         rows = aligned.grid.size();
 
     for (size_t i = 0; i < rows; ++i) {
-        out += Cell(aligned.grid, i);
+        AppendCell(out, aligned.grid, i);
         for (size_t n = 0; n < page.traces.size(); ++n) {
             const Trace& t = page.traces[n];
             const size_t k = i < aligned.grid.size() ? aligned.at[n][i] : i;

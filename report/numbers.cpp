@@ -17,12 +17,20 @@ std::string Special(double value) {
 
 } // namespace
 
-std::string FormatFull(double value) {
-    if (!std::isfinite(value))
-        return Special(value);
+void AppendFull(std::string& out, double value) {
+    if (!std::isfinite(value)) {
+        out += Special(value);
+        return;
+    }
     char buf[64];
-    auto res = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, 17);
-    return std::string(buf, res.ptr);
+    const auto res = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::general, 17);
+    out.append(buf, res.ptr);
+}
+
+std::string FormatFull(double value) {
+    std::string out;
+    AppendFull(out, value);
+    return out;
 }
 
 std::string FormatShort(double value) {

@@ -11,6 +11,8 @@ namespace report {
 /// "%.17g" in the C locale: reads back to the same double. "nan", "inf", "-inf"
 /// for the special values.
 std::string FormatFull(double value);
+/// FormatFull appended to `out`: a table of many numbers then needs no string per number.
+void AppendFull(std::string& out, double value);
 
 /// A short engineering label: 0.0025 gives "2.5m", 47000 gives "47k", 1e6 gives
 /// "1M". At most `digits` significant digits; exponent form beyond the prefixes.
