@@ -299,15 +299,20 @@ bool EngineRun(host::NgSpiceEngine& engine, const MaximumSink& sink, int run, st
     return true;
 }
 
-/// The same run as a plain client writes it: alter, tran, fetch the vector, destroy the plot.
-bool PlainInnerRun(int run, std::string& error) {
+/// A plain client's alter of the four toleranced resistors for `run`.
+void PlainAlterTolerances(int run) {
     for (int i = 0; i < 4; ++i) {
         const Tolerance& t = kTolerances[i];
         std::string alter = std::string("alter @") + t.instance +
                             "[resistance] = " + std::to_string(Varied(t, run, i));
         ngSpice_Command(alter.data());
     }
-    ngSpice_Command(const_cast<char*>(kInnerTran));
+}
+
+/// A plain client's run and measurement: `tran`, the maximum of vector out, the plot destroyed.
+/// `points` (may be null) receives the vector's length.
+bool PlainRunAndMeasure(const char* tran, std::string& error, size_t* points = nullptr) {
+    ngSpice_Command(const_cast<char*>(tran));
     pvector_info info = ngGet_Vec_Info(const_cast<char*>("out"));
     if (!info || !info->v_realdata) {
         error = "no vector out";
@@ -317,8 +322,16 @@ bool PlainInnerRun(int run, std::string& error) {
     for (int k = 0; k < info->v_length; ++k)
         maximum = std::max(maximum, info->v_realdata[k]);
     benchmark::DoNotOptimize(maximum);
+    if (points)
+        *points = static_cast<size_t>(info->v_length);
     ngSpice_Command(const_cast<char*>("destroy all"));
     return true;
+}
+
+/// The same run as a plain client writes it: alter, tran, fetch the vector, destroy the plot.
+bool PlainInnerRun(int run, std::string& error) {
+    PlainAlterTolerances(run);
+    return PlainRunAndMeasure(kInnerTran, error);
 }
 
 bool LoadAmplifierPlain(std::string& error) {
@@ -484,25 +497,10 @@ bool PlainRuns(int runs, bool sweep, size_t& points, std::string& error) {
             std::string alter = "alter @rc[resistance] = " + std::to_string(4000 + 30 * run);
             ngSpice_Command(alter.data());
         } else {
-            for (int i = 0; i < 4; ++i) {
-                const Tolerance& t = kTolerances[i];
-                std::string alter = std::string("alter @") + t.instance +
-                                    "[resistance] = " + std::to_string(Varied(t, run, i));
-                ngSpice_Command(alter.data());
-            }
+            PlainAlterTolerances(run);
         }
-        ngSpice_Command(const_cast<char*>(kPlainAnalysisTran));
-        pvector_info info = ngGet_Vec_Info(const_cast<char*>("out"));
-        if (!info || !info->v_realdata) {
-            error = "no vector out";
+        if (!PlainRunAndMeasure(kPlainAnalysisTran, error, &points))
             return false;
-        }
-        double maximum = -INFINITY;
-        for (int k = 0; k < info->v_length; ++k)
-            maximum = std::max(maximum, info->v_realdata[k]);
-        benchmark::DoNotOptimize(maximum);
-        points = static_cast<size_t>(info->v_length);
-        ngSpice_Command(const_cast<char*>("destroy all"));
     }
     return true;
 }
