@@ -3,12 +3,17 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <utility>
 #include <vector>
 
 namespace {
 
-std::vector<double> Walk(const SweepVariation& v, int* outOfRange = nullptr) {
-    std::vector<double> values;
+using Values = std::vector<double>;
+using V = SweepVariation;
+
+Values Walk(const SweepVariation& v, int* outOfRange = nullptr) {
+    Values values;
     SweepVariationIterator it(v);
     for (; it; ++it)
         values.push_back(*it);
@@ -17,11 +22,20 @@ std::vector<double> Walk(const SweepVariation& v, int* outOfRange = nullptr) {
     return values;
 }
 
-SweepVariation Make(SweepVariation::Variation kind, double start, double stop) {
+SweepVariation Make(V::Variation kind, double start, double stop) {
     SweepVariation v;
     v.SetVariation(kind);
     v.SetStart(start);
     v.SetStop(stop);
+    return v;
+}
+
+SweepVariation List(const Values& items) {
+    SweepVariation v;
+    v.SetVariation(V::list);
+    for (size_t i = 0; i < items.size(); ++i)
+        v.SetNthListItem(static_cast<int>(i), items[i]);
+    v.SetNumListItems(static_cast<int>(items.size()));
     return v;
 }
 
@@ -32,221 +46,139 @@ std::string Summary(const SweepVariation& v) {
     return ctrl.ToText();
 }
 
-using Values = std::vector<double>;
-
-TEST(SweepVariation, LinearWalksFollowThePointCountOrTheIncrement) {
-    SweepVariation up = Make(SweepVariation::lin, 1, 10);
-    up.SetNumPoints(10);
-    EXPECT_EQ(up.GetIncrement(), 1.0);
-    EXPECT_EQ(Walk(up), (Values{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
-
-    // Descending by 2: five points, the walk stops on the count before reaching 1.
-    SweepVariation down = Make(SweepVariation::lin, 10, 1);
-    down.SetIncrement(2);
-    EXPECT_EQ(down.GetIncrement(), -2.0);
-    EXPECT_EQ(down.GetNumPoints(), 5.0);
-    EXPECT_EQ(Walk(down), (Values{10, 8, 6, 4, 2}));
-
-    SweepVariation flat = Make(SweepVariation::lin, 3, 3);
-    flat.SetNumPoints(7);
-    EXPECT_EQ(flat.GetNumPoints(), 1.0);
-    EXPECT_EQ(flat.GetIncrement(), 0.0);
-    EXPECT_EQ(Walk(flat), (Values{3}));
-
-    SweepVariation two = Make(SweepVariation::lin, -1, 1);
-    two.SetNumPoints(1);
-    EXPECT_EQ(two.GetNumPoints(), 2.0);
-    EXPECT_EQ(two.GetIncrement(), 2.0);
-    EXPECT_EQ(Walk(two), (Values{-1, 1}));
-
-    SweepVariation none = Make(SweepVariation::lin, 0, 5);
-    none.SetIncrement(0);
-    EXPECT_EQ(none.GetNumPoints(), 1.0);
-    EXPECT_EQ(Walk(none), (Values{0}));
+TEST(SweepVariation, WalksFollowTheKindTheCountOrTheIncrementAndFlagLeavingTheRange) {
+    // A count (`points`) or an increment is set unless NAN; `then` switches the kind after
+    // that, leaving a count computed for another kind. `count` and `step` are read before the
+    // switch (NAN: not checked).
+    constexpr double no = NAN;
+    const struct Row {
+        V::Variation kind;
+        double start, stop, points, increment;
+        int then;
+        double count, step;
+        Values walk;
+        int outOfRange;
+    } rows[] = {
+        {V::lin, 1, 10, 10, no, -1, 10, 1, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, 0},
+        // Descending by 2: five points, the count ends the walk before reaching 1.
+        {V::lin, 10, 1, no, 2, -1, 5, -2, {10, 8, 6, 4, 2}, 0},
+        {V::lin, 3, 3, 7, no, -1, 1, 0, {3}, 0},
+        {V::lin, -1, 1, 1, no, -1, 2, 2, {-1, 1}, 0},
+        {V::lin, 0, 5, no, 0, -1, 1, no, {0}, 0},
+        // An increment set on a decade walk is stored only; as a linear walk it overshoots,
+        // the last value is clamped to the stop and a larger count does not repeat it.
+        {V::dec, 1, 150, no, 60, V::lin, 4, no, {1, 61, 121, 150}, 0},
+        {V::dec, 1, 1000, no, 600, V::lin, no, no, {1, 601, 1000}, 0},
+        {V::dec, 1, 150, no, no, -1, 4, no, {1, 10, 100, 150}, 0},
+        {V::dec, 1, 100, no, no, -1, 3, no, {1, 10, 100}, 0},
+        {V::oct, 1, 8, no, no, -1, 4, no, {1, 2, 4, 8}, 0},
+        // A logarithmic walk with a stale count runs past its stop while points remain.
+        {V::lin, 1, 100, 10, no, V::dec, no, no, {1, 10, 100}, 1},
+        {V::lin, 0, 10, 3, no, V::oct, no, no, {}, 1},
+        {V::lin, 2, 4, no, no, 7, no, no, {}, 0},
+    };
+    for (const Row& r : rows) {
+        SweepVariation v = Make(r.kind, r.start, r.stop);
+        if (!std::isnan(r.points))
+            v.SetNumPoints(r.points);
+        if (!std::isnan(r.increment))
+            v.SetIncrement(r.increment);
+        if (!std::isnan(r.count)) {
+            EXPECT_EQ(v.GetNumPoints(), r.count) << r.start << ".." << r.stop;
+        }
+        if (!std::isnan(r.step)) {
+            EXPECT_EQ(v.GetIncrement(), r.step) << r.start << ".." << r.stop;
+        }
+        if (r.then >= 0)
+            v.SetVariation(static_cast<V::Variation>(r.then));
+        int flag = -1;
+        EXPECT_EQ(Walk(v, &flag), r.walk) << r.start << ".." << r.stop;
+        EXPECT_EQ(flag, r.outOfRange) << r.start << ".." << r.stop;
+        EXPECT_EQ(v.IsOutOfRange(), 0) << "only the iterator's copy carries the flag";
+    }
 }
 
-TEST(SweepVariation, OvershootingStepsLandOnTheStopAndEndThere) {
-    // A count left over from a decade walk: the step overshoots, the last value
-    // is clamped to the stop, and a count larger than the walk does not repeat it.
-    SweepVariation v = Make(SweepVariation::dec, 1, 150);
-    ASSERT_EQ(v.GetNumPoints(), 4.0);
-    v.SetIncrement(60); // stored only, the kind is still decade
-    EXPECT_EQ(v.GetNumPoints(), 4.0);
-    v.SetVariation(SweepVariation::lin);
-    EXPECT_EQ(Walk(v), (Values{1, 61, 121, 150}));
-
-    SweepVariation stale = Make(SweepVariation::dec, 1, 1000);
-    stale.SetIncrement(600);
-    stale.SetVariation(SweepVariation::lin);
-    EXPECT_EQ(Walk(stale), (Values{1, 601, 1000}));
-}
-
-TEST(SweepVariation, LogarithmicWalksHaveOnePointPerStepPlusTheStop) {
-    int flag = -1;
-    SweepVariation dec = Make(SweepVariation::dec, 1, 150);
-    EXPECT_EQ(dec.GetNumPoints(), 4.0);
-    EXPECT_EQ(Walk(dec, &flag), (Values{1, 10, 100, 150}));
-    EXPECT_EQ(flag, 0);
-
-    SweepVariation exact = Make(SweepVariation::dec, 1, 100);
-    EXPECT_EQ(exact.GetNumPoints(), 3.0);
-    EXPECT_EQ(Walk(exact), (Values{1, 10, 100}));
-
-    SweepVariation oct = Make(SweepVariation::oct, 1, 8);
-    EXPECT_EQ(oct.GetNumPoints(), 4.0);
-    EXPECT_EQ(Walk(oct, &flag), (Values{1, 2, 4, 8}));
-    EXPECT_EQ(flag, 0);
-
-    SweepVariation zero = Make(SweepVariation::dec, 0, 1e-9);
-    EXPECT_EQ(zero.GetStart(), 1e-12);
-    EXPECT_EQ(Walk(zero).front(), 1e-12);
-}
-
-TEST(SweepVariation, LogarithmicBoundsStayPositiveAndOrdered) {
-    SweepVariation v = Make(SweepVariation::dec, 10, 1000);
-    EXPECT_EQ(v.GetNumPoints(), 3.0);
+TEST(SweepVariation, LogarithmicBoundsStayPositiveAndOrderedLinearOnesAsGiven) {
+    SweepVariation v = Make(V::dec, 10, 1000);
+    const auto bounds = [&] { return std::pair(v.GetStart(), v.GetStop()); };
     v.SetStop(5); // below the start: the start comes down to it
-    EXPECT_EQ(v.GetStart(), 5.0);
-    EXPECT_EQ(v.GetStop(), 5.0);
+    EXPECT_EQ(bounds(), std::pair(5.0, 5.0));
     EXPECT_EQ(v.GetNumPoints(), 1.0);
     v.SetStart(50); // above the stop: the stop goes up to it
-    EXPECT_EQ(v.GetStart(), 50.0);
-    EXPECT_EQ(v.GetStop(), 50.0);
+    EXPECT_EQ(bounds(), std::pair(50.0, 50.0));
     v.SetStop(-2000);
-    EXPECT_EQ(v.GetStop(), 2000.0);
-    EXPECT_EQ(v.GetStart(), 50.0);
+    EXPECT_EQ(bounds(), std::pair(50.0, 2000.0));
     v.SetStart(-1e-20);
     EXPECT_EQ(v.GetStart(), 1e-12);
+    EXPECT_EQ(Walk(Make(V::dec, 0, 1e-9)).front(), 1e-12);
 
-    // Linear walks keep signs and order as given.
-    SweepVariation lin = Make(SweepVariation::lin, 5, -5);
-    EXPECT_EQ(lin.GetStart(), 5.0);
-    EXPECT_EQ(lin.GetStop(), -5.0);
+    const SweepVariation lin = Make(V::lin, 5, -5);
+    EXPECT_EQ(std::pair(lin.GetStart(), lin.GetStop()), std::pair(5.0, -5.0));
 }
 
-TEST(SweepVariation, LogarithmicWalkWithAStaleCountFlagsLeavingItsRange) {
-    // Switched from a ten-point linear walk: the decade walk runs past its
-    // stop while points remain. Only the iterator's copy carries the flag.
-    SweepVariation v = Make(SweepVariation::lin, 1, 100);
-    v.SetNumPoints(10);
-    v.SetVariation(SweepVariation::dec);
-    int flag = 0;
-    EXPECT_EQ(Walk(v, &flag), (Values{1, 10, 100}));
-    EXPECT_EQ(flag, 1);
-    EXPECT_EQ(v.IsOutOfRange(), 0);
-
-    SweepVariation fromZero = Make(SweepVariation::lin, 0, 10);
-    fromZero.SetNumPoints(3);
-    fromZero.SetVariation(SweepVariation::oct);
-    EXPECT_TRUE(Walk(fromZero, &flag).empty());
-    EXPECT_EQ(flag, 1);
-}
-
-TEST(SweepVariation, ListWalksVisitAtMost51ItemsInTheirOwnOrder) {
-    SweepVariation v;
-    v.SetVariation(SweepVariation::list);
+TEST(SweepVariation, ListWalksVisitAtMost51ItemsInTheirOwnOrderOnTheIteratorsCopy) {
+    Values sixty;
     for (int i = 0; i < 60; ++i)
-        v.SetNthListItem(i, i * 0.5);
-    v.SetNumListItems(60);
-    const Values walked = Walk(v);
-    ASSERT_EQ(walked.size(), 51u);
-    EXPECT_EQ(walked.back(), 25.0);
+        sixty.push_back(i * 0.5);
+    const Values walked = Walk(List(sixty));
+    EXPECT_EQ(walked, Values(sixty.begin(), sixty.begin() + 51));
 
-    // No clamping to start/stop, no ordering.
-    v.SetNumListItems(3);
-    v.SetNthListItem(0, 5);
-    v.SetNthListItem(1, -3);
-    v.SetNthListItem(2, 7);
+    SweepVariation v = List({5, -3, 7}); // no clamping to start and stop, no ordering
     EXPECT_EQ(Walk(v), (Values{5, -3, 7}));
+    EXPECT_TRUE(Walk(List({})).empty());
 
-    v.SetNumListItems(0);
-    EXPECT_TRUE(Walk(v).empty());
-
-    // The iterator walks its own copy.
-    v.SetNumListItems(2);
     SweepVariationIterator it(v);
     v.SetNthListItem(1, 99);
     ++it;
     EXPECT_EQ(*it, -3.0);
     it.reset();
     EXPECT_EQ(*it, 5.0);
-}
 
-TEST(SweepVariation, ResetKeepsTheKindAndTheListValues) {
-    SweepVariation v = Make(SweepVariation::oct, 2, 64);
-    v.SetNthListItem(0, 42);
-    v.SetNumListItems(1);
+    // Reset keeps the kind and the list values, but not their count.
     v.reset();
-    EXPECT_EQ(v.GetVariation(), SweepVariation::oct);
-    EXPECT_EQ(v.GetStart(), 0.0);
-    EXPECT_EQ(v.GetStop(), 0.0);
-    EXPECT_EQ(v.GetNumPoints(), 0.0);
-    EXPECT_EQ(v.GetNumListItems(), 0);
-    EXPECT_EQ(v.GetNthListItem(0), 42.0);
+    EXPECT_EQ(v.toPropertyList().GetList(),
+              "Variation:int{3} Start:double{0} Stop:double{0} NumItems:double{0} List:array{}");
+    EXPECT_EQ(v.GetNthListItem(2), 7.0);
 }
 
-TEST(SweepVariation, OneLineTextNamesTheKindAndItsValues) {
-    SweepVariation lin = Make(SweepVariation::lin, 1, 10);
+TEST(SweepVariation, OneLineTextAndSummaryNameTheKindAndItsValues) {
+    SweepVariation lin = Make(V::lin, 1, 10);
     lin.SetIncrement(1);
-    EXPECT_EQ(lin.toString(), "lin 1 10 1 ");
-    EXPECT_EQ(Make(SweepVariation::oct, 1e-6, 2.5e6).toString(), "oct 1e-06 2.5e+06 0 ");
+    SweepVariation odd = Make(V::lin, 2, 4);
+    odd.SetVariation(static_cast<V::Variation>(7));
+    const std::pair<SweepVariation, const char*> lines[] = {
+        {lin, "lin 1 10 1 "},
+        {Make(V::oct, 1e-6, 2.5e6), "oct 1e-06 2.5e+06 0 "},
+        {List({1, 0.125, 1e6}), "list 1 0.125 1e+06 "},
+        {odd, "dec 2 4 2 "}};
+    for (const auto& [v, text] : lines)
+        EXPECT_EQ(v.toString(), text);
 
-    SweepVariation list;
-    list.SetVariation(SweepVariation::list);
-    list.SetNthListItem(0, 1);
-    list.SetNthListItem(1, 0.125);
-    list.SetNthListItem(2, 1e6);
-    list.SetNumListItems(3);
-    EXPECT_EQ(list.toString(), "list 1 0.125 1e+06 ");
-
-    SweepVariation odd = Make(SweepVariation::lin, 2, 4);
-    odd.SetVariation(static_cast<SweepVariation::Variation>(7));
-    EXPECT_EQ(odd.toString(), "dec 2 4 2 ");
-    EXPECT_TRUE(Walk(odd).empty());
-}
-
-TEST(SweepVariation, SummaryPairsPointLabelsWithTheRawKind) {
-    EXPECT_EQ(Summary(Make(SweepVariation::dec, 1, 150)), "Sweep type: Decade\n"
-                                                          "Number of points per decade: 4\n"
-                                                          "Starting value for sweep: 1\n"
-                                                          "Stop value for sweep: 150\n");
-    SweepVariation lin = Make(SweepVariation::lin, 0, 2);
-    lin.SetNumPoints(5);
-    EXPECT_EQ(Summary(lin), "Sweep type: Linear\n"
-                            "Number of points per octave: 5\n"
-                            "Starting value for sweep: 0\n"
-                            "Stop value for sweep: 2\n");
-    EXPECT_EQ(Summary(Make(SweepVariation::oct, 1, 8)), "Sweep type: Octave\n"
-                                                        "Number of points: 4\n"
-                                                        "Starting value for sweep: 1\n"
-                                                        "Stop value for sweep: 8\n");
-
-    SweepVariation list;
-    list.SetVariation(SweepVariation::list);
-    list.SetNthListItem(0, 300);
-    list.SetNthListItem(1, 1e-3);
-    list.SetNumListItems(2);
-    EXPECT_EQ(Summary(list), "Sweep type: List\n  300\n  0.001\n");
+    // The point labels pair with the raw kind: a linear walk counts "per octave".
+    SweepVariation five = Make(V::lin, 0, 2);
+    five.SetNumPoints(5);
+    const std::pair<SweepVariation, const char*> summaries[] = {
+        {Make(V::dec, 1, 150), "Sweep type: Decade\nNumber of points per decade: 4\n"
+                               "Starting value for sweep: 1\nStop value for sweep: 150\n"},
+        {five, "Sweep type: Linear\nNumber of points per octave: 5\n"
+               "Starting value for sweep: 0\nStop value for sweep: 2\n"},
+        {Make(V::oct, 1, 8), "Sweep type: Octave\nNumber of points: 4\n"
+                             "Starting value for sweep: 1\nStop value for sweep: 8\n"},
+        {List({300, 1e-3}), "Sweep type: List\n  300\n  0.001\n"}};
+    for (const auto& [v, text] : summaries)
+        EXPECT_EQ(Summary(v), text);
 }
 
 TEST(SweepVariation, RecordsRoundTripInTheFixedKeyOrder) {
-    SweepVariation lin = Make(SweepVariation::lin, 1, 10);
+    SweepVariation lin = Make(V::lin, 1, 10);
     lin.SetNumPoints(4);
     EXPECT_EQ(lin.toPropertyList().GetList(),
               "Variation:int{1} Start:double{1} Stop:double{10} NumItems:double{4} List:array{}");
-
     SweepVariation copy;
     EXPECT_EQ(copy.fromPropertyList(lin.toPropertyList()), 1);
-    EXPECT_EQ(copy.GetVariation(), SweepVariation::lin);
-    EXPECT_EQ(copy.GetIncrement(), 3.0); // recomputed from start and stop
-    EXPECT_EQ(Walk(copy), (Values{1, 4, 7, 10}));
+    EXPECT_EQ(Walk(copy), (Values{1, 4, 7, 10})) << "the increment recomputed from the bounds";
 
-    SweepVariation list;
-    list.SetVariation(SweepVariation::list);
-    list.SetNthListItem(0, 2.5);
-    list.SetNthListItem(1, -7);
-    list.SetNumListItems(2);
-    const CPropertyList record = list.toPropertyList();
+    const CPropertyList record = List({2.5, -7}).toPropertyList();
     EXPECT_EQ(
         record.GetList(),
         "Variation:int{3} Start:double{0} Stop:double{0} NumItems:double{0} List:array{2.5 -7}");
@@ -263,29 +195,23 @@ TEST(SweepVariation, RecordsRoundTripInTheFixedKeyOrder) {
 }
 
 TEST(SweepVariation, ReadingSkipsWrongTypesFlagsUnknownKeysAndRefusesFullLists) {
-    SweepVariation v;
-    v.SetVariation(SweepVariation::list);
-    v.SetNthListItem(0, 1);
-    v.SetNumListItems(1);
-
+    SweepVariation v = List({1});
     EXPECT_EQ(v.fromPropertyList(CPropertyList(
                   "Start:int{5} Stop:string{x} Variation:double{2} Extra:int{1} Stop:double{9}")),
               0);
-    EXPECT_EQ(v.GetStart(), 0.0);
-    EXPECT_EQ(v.GetStop(), 9.0);
-    EXPECT_EQ(v.GetVariation(), SweepVariation::list);
+    EXPECT_EQ(v.toString(), "list 1 ") << "kind and list untouched";
+    EXPECT_EQ(std::pair(v.GetStart(), v.GetStop()), std::pair(0.0, 9.0));
 
-    auto listOf = [](int count) {
-        CPropertyList record;
-        std::vector<double> values(static_cast<size_t>(count));
+    const auto listOf = [](int count) {
+        Values values;
         for (int i = 0; i < count; ++i)
-            values[static_cast<size_t>(i)] = i + 100;
+            values.push_back(i + 100);
+        CPropertyList record;
         record.AddItem(CPropertyItem("List", values.data(), count));
         return record;
     };
     EXPECT_EQ(v.fromPropertyList(listOf(256)), 1);
-    EXPECT_EQ(v.GetNumListItems(), 1);
-    EXPECT_EQ(v.GetNthListItem(0), 1.0);
+    EXPECT_EQ(v.toString(), "list 1 ");
     EXPECT_EQ(v.fromPropertyList(listOf(255)), 1);
     EXPECT_EQ(v.GetNumListItems(), 255);
     EXPECT_EQ(v.GetNthListItem(254), 354.0);
