@@ -96,11 +96,6 @@ std::string PagesText(const ScriptedEngine& engine) {
     return text;
 }
 
-// The output peaks at r1 / bf, in units of the nominal ratio.
-ScriptedAnswer PeakFromParameters(const CString&, const ScriptedEngine& e) {
-    return {1, {TranPeak(R1(e) / 1e3 * 100.0 / Bf(e))}};
-}
-
 // A worst-case (flag 1) or Monte Carlo analysis of 6 runs over a transient, made on a fresh
 // engine through `distributor` (may be null); the engine's pages as text.
 std::string WcMcPages(int worstCase, CRunDistributor* distributor,
@@ -168,24 +163,6 @@ TEST(DistributedRuns, AStopKeepsTheRunsMergedAndSkipsTheRestAndTheRepeatedWorstR
     EXPECT_EQ(WcMcPages(0, nullptr).rfind(traces, 0), 0u) << traces;
 }
 
-// The plot of an operating point or transient that tells the temperature and resistance set.
-ScriptedAnswer SweepAnswer(const CString& command, const ScriptedEngine& e, double* temperature) {
-    ScriptedAnswer answer;
-    if (command.view().starts_with("set temp = ")) {
-        *temperature = std::atof(command.c_str() + 11);
-        return answer;
-    }
-    if (command.view().starts_with("set ")) {
-        *temperature = 300.15;
-        return answer;
-    }
-    ScriptedPlot plot;
-    plot.vectors = {"v(out)", "i(v1)"};
-    plot.rows = {{*temperature + R1(e), -0.001 * *temperature}};
-    answer.plots.push_back(plot);
-    return answer;
-}
-
 // A resistance sweep of three values over a temperature sweep of two, each an operating
 // point, made on a fresh engine through `distributor`; its result, counter and pages.
 struct SweepOutcome {
@@ -199,10 +176,23 @@ SweepOutcome NestedSweep(CRunDistributor* distributor, int failOnCommand = -1) {
     FillCircuit(engine.Circuit());
     Analyses analyses{&engine};
     engine.SetRunDistributor(distributor);
+    // Every run answers with a plot that tells the temperature and resistance set.
     double temperature = 300.15;
     int commands = 0;
+    const auto plot = [](double out, double current) {
+        ScriptedPlot p;
+        p.vectors = {"v(out)", "i(v1)"};
+        p.rows = {{out, current}};
+        return p;
+    };
     engine.SetScript([&](const CString& command, const ScriptedEngine& e) {
-        ScriptedAnswer answer = SweepAnswer(command, e, &temperature);
+        ScriptedAnswer answer;
+        if (command.view().starts_with("set "))
+            temperature = command.view().starts_with("set temp = ")
+                              ? std::atof(command.c_str() + 11)
+                              : 300.15;
+        else
+            answer.plots.push_back(plot(temperature + R1(e), -0.001 * temperature));
         if (commands++ == failOnCommand)
             answer = ScriptedAnswer{0, {}};
         return answer;

@@ -72,6 +72,12 @@ inline canal_test::ScriptedPlot OpPoint(const char* vector, double value) {
     return plot;
 }
 
+/// The output peaks at r1 / bf, in units of the nominal ratio.
+inline canal_test::ScriptedAnswer PeakFromParameters(const CString&,
+                                                     const canal_test::ScriptedEngine& e) {
+    return {1, {TranPeak(R1(e) / 1e3 * 100.0 / Bf(e))}};
+}
+
 /// Every value the analysis wrote into the simulator; the 42 placeholder must never be one.
 inline void ExpectNoPlaceholder(const canal_test::ScriptedEngine& e) {
     for (const canal_test::ScriptedParameterSet& set : e.ParameterSets())
@@ -85,5 +91,25 @@ inline std::string LogText(const canal_test::ScriptedEngine& e, const char* titl
             return log.ToText();
     return {};
 }
+
+/// An analysis of kind `A` on a collection whose engine simulates the filled circuit.
+template <class A> struct WcMcRun : ::testing::Test {
+    WcMcRun() {
+        FillCircuit(engine.Circuit());
+        analyses.SetAsimEng(&engine);
+    }
+    void Load(const std::string& settings) {
+        ASSERT_EQ(analysis.WcMcAnalysis::fromPropertyList(CPropertyList(CString(settings.c_str()))),
+                  1);
+    }
+    int Execute() {
+        const AnalysisSinkScope sink(engine, &static_cast<WcMcAnalysis&>(analysis));
+        return analysis.ExecuteAnalysis(nullptr);
+    }
+
+    canal_test::ScriptedEngine engine;
+    TestCollection analyses;
+    A analysis{&analyses};
+};
 
 } // namespace wcmc_test

@@ -18,31 +18,19 @@ std::string Tolerances() {
            TolSpec("", "rmod", "tc1", 0.001, 50) + "}";
 }
 
-struct WorstCaseTest : ::testing::Test {
-    WorstCaseTest() {
-        FillCircuit(engine.Circuit());
-        analyses.SetAsimEng(&engine);
+struct WorstCaseTest : WcMcRun<Analyses::Worst> {
+    /// Reads `settings` with the four tolerances r1, r2, bf and tc1.
+    void Load(const std::string& settings) { WcMcRun::Load(settings + " " + Tolerances()); }
+    /// The last values written for r1, r2, bf and tc1.
+    std::string Ends() const {
+        return (engine.LastValue({"Resistor", "rmod", "r1", "resistance"}) + " " +
+                engine.LastValue({"Resistor", "rmod", "r2", "resistance"}) + " " +
+                engine.LastValue({"BJT", "qn", "bf"}) + " " +
+                engine.LastValue({"Resistor", "rmod", "tc1"}))
+            .str();
     }
-    void Load(const std::string& settings) {
-        ASSERT_EQ(worst.WcMcAnalysis::fromPropertyList(
-                      CPropertyList(CString((settings + " " + Tolerances()).c_str()))),
-                  1);
-    }
-    int Execute() {
-        const AnalysisSinkScope sink(engine, &static_cast<WcMcAnalysis&>(worst));
-        return worst.ExecuteAnalysis(nullptr);
-    }
-    CString Last(const CStringArray& names) const { return engine.LastValue(names); }
-
-    ScriptedEngine engine;
-    TestCollection analyses;
-    Analyses::Worst worst{&analyses};
+    Analyses::Worst& worst = analysis;
 };
-
-const CStringArray kR1 = {"Resistor", "rmod", "r1", "resistance"};
-const CStringArray kR2 = {"Resistor", "rmod", "r2", "resistance"};
-const CStringArray kBf = {"BJT", "qn", "bf"};
-const CStringArray kTc1 = {"Resistor", "rmod", "tc1"};
 
 // v(out) = r1 / 1000 * 100 / bf at the operating point; the sensitivity plot
 // says r1 pushes it up, bf down, r2 not at all, and has nothing on tc1.
@@ -66,10 +54,7 @@ TEST_F(WorstCaseTest, DcSensitivitySignsAndTheFilterChooseTheBandEnds) {
     EXPECT_EQ(engine.Commands(),
               (std::vector<CString>{"op;", "sens  -env-options v(out,$0) ", "op;"}));
     EXPECT_EQ(engine.ParameterSets().size(), 8u) << "nominal and worst run, four tolerances each";
-    EXPECT_EQ(Last(kR1), "1100");
-    EXPECT_EQ(Last(kR2), "2000") << "zero sensitivity stays nominal";
-    EXPECT_EQ(Last(kBf), "80");
-    EXPECT_EQ(Last(kTc1), "0.001") << "no sensitivity vector: stays nominal";
+    EXPECT_EQ(Ends(), "1100 2000 80 0.001") << "zero or no sensitivity stays nominal";
     ExpectNoPlaceholder(engine);
     EXPECT_DOUBLE_EQ(worst.GetRuns()[1].y, 1.1 * 1.25);
 
@@ -96,15 +81,13 @@ TEST_F(WorstCaseTest, DcSensitivitySignsAndTheFilterChooseTheBandEnds) {
     worst.SetFilter(WcMcAnalysis::FilterLow);
     worst.SetVary(WcMcAnalysis::VaryLotOnly);
     Execute();
-    EXPECT_EQ(Last(kR1), "1000");
-    EXPECT_EQ(Last(kBf), "100");
+    EXPECT_EQ(Ends(), "1000 2000 100 0.001");
     EXPECT_NE(engine.GetGrapherPages()[1].GetChartLogs()[0].ToText().find(
                   "    r1 resistance: 0.001 not varied: stays nominal\n"),
               std::string::npos);
     worst.SetVary(WcMcAnalysis::VaryDeviceOnly);
     Execute();
-    EXPECT_EQ(Last(kR1), "900");
-    EXPECT_EQ(Last(kBf), "120");
+    EXPECT_EQ(Ends(), "900 2000 120 0.001");
     EXPECT_NE(LogText(engine, "Worst Case Results").find("0.375"), std::string::npos)
         << "the first page is kept";
 }
@@ -137,15 +120,8 @@ TEST_F(WorstCaseTest, AcSensitivityIsReadNearTheNominalFrequencyAndAQuarterTurnC
     EXPECT_EQ(engine.Commands()[0], ac.toNutmegCommand());
     EXPECT_EQ(engine.Commands()[1],
               ac.GetAxisCmd() + "sens  -env-options v(out,$0) ac " + ac.GetACArguments());
-    EXPECT_EQ(worst.GetRuns()[0].x, 10.0);
-    EXPECT_DOUBLE_EQ(worst.GetRuns()[0].y, 3.0);
     EXPECT_DOUBLE_EQ(worst.GetRuns()[0].phase, std::numbers::pi / 2);
-    const WcMcRunData& r1 = worst.GetTolSpecList()[0].GetWcMcRunData();
-    EXPECT_EQ(r1.x, 10.0);
-    EXPECT_EQ(r1.phase, std::numbers::pi / 2);
-    EXPECT_EQ(WcMcRunData::GetComplexSign(r1.y, r1.phase), 0);
-    EXPECT_EQ(Last(kR1), "1000");
-    EXPECT_EQ(Last(kBf), "120");
+    EXPECT_EQ(Ends(), "1000 2000 120 0.001") << "a quarter turn has no sign";
 
     const std::string log = LogText(engine, "Worst Case Results");
     EXPECT_NE(log.find("Nominal Run: 3 at frequency = 10\n"
@@ -161,15 +137,10 @@ TEST_F(WorstCaseTest, AcSensitivityIsReadNearTheNominalFrequencyAndAQuarterTurnC
 
 TEST_F(WorstCaseTest, TransientRunsEachToleranceAtItsUpperEndForTheSign) {
     Load("OutputVariable:string{v(out)} AnalysisType:int{2}");
-    engine.SetScript([](const CString&, const ScriptedEngine& e) {
-        return ScriptedAnswer{1, {TranPeak(R1(e) / 1e3 * 100.0 / Bf(e))}};
-    });
+    engine.SetScript(PeakFromParameters);
     EXPECT_EQ(Execute(), 1);
     // Nominal, r1 up, r2 up, bf up, tc1 up, then the worst case: no sensitivity command.
     EXPECT_EQ(engine.Commands(), std::vector<CString>(6, worst.GetTran().toNutmegCommand()));
-    EXPECT_EQ(Last(kR1), "1100");
-    EXPECT_EQ(Last(kR2), "2000") << "the output does not move with r2";
-    EXPECT_EQ(Last(kBf), "80");
     ExpectNoPlaceholder(engine);
 
     const std::string log = LogText(engine, "Worst Case Results");
@@ -183,29 +154,28 @@ TEST_F(WorstCaseTest, TransientRunsEachToleranceAtItsUpperEndForTheSign) {
                        "    r2 resistance: 0 no sensitivity: stays nominal\n"),
               std::string::npos)
         << log;
-    std::vector<CString> traces;
-    for (const CGrapherTrace& t : engine.GetGrapherPages()[0].GetTraces())
-        traces.push_back(t.name);
-    EXPECT_EQ(traces[1], "Tolerance Run: r1 resistance");
-    EXPECT_EQ(traces.back(), "Worst Case Run");
-
-    // Every run in the order made, with the values it ran with.
-    const CGrapherChart& table = engine.GetGrapherPages()[0].GetCharts().at(0);
-    EXPECT_EQ(table.title, "Runs");
-    ASSERT_EQ(table.rows.size(), 6u);
-    EXPECT_EQ(table.rows[1][1], "Tolerance Run: r1 resistance");
-    EXPECT_EQ(table.rows[1][5], "1100");
-    EXPECT_EQ(table.rows[5][1], "Worst Case Run");
-    EXPECT_EQ(std::vector<CString>(table.rows[5].begin() + 5, table.rows[5].end()),
-              (std::vector<CString>{"1100", "2000", "80", "0.001"}));
+    // Every run in the order made, a trace and a table row each, with the values it ran with.
+    const CGrapherPage& page = engine.GetGrapherPages()[0];
+    std::string runs;
+    for (size_t k = 0; k < page.GetTraces().size(); ++k) {
+        const std::vector<CString>& row = page.GetCharts().at(0).rows.at(k);
+        runs += page.GetTraces()[k].name.str() + "|" + row[1].str() + ":";
+        for (size_t c = 5; c < row.size(); ++c)
+            runs += " " + row[c].str();
+        runs += "\n";
+    }
+    EXPECT_EQ(runs,
+              "Nomimal|Nominal Run: 1000 2000 100 0.001\n"
+              "Tolerance Run: r1 resistance|Tolerance Run: r1 resistance: 1100 2000 100 0.001\n"
+              "Tolerance Run: r2 resistance|Tolerance Run: r2 resistance: 1000 2200 100 0.001\n"
+              "Tolerance Run: qn bf|Tolerance Run: qn bf: 1000 2000 120 0.001\n"
+              "Tolerance Run: rmod tc1|Tolerance Run: rmod tc1: 1000 2000 100 0.0015\n"
+              "Worst Case Run|Worst Case Run: 1100 2000 80 0.001\n");
 }
 
 TEST_F(WorstCaseTest, CurrentOutputsAndNegativeNominalsPickTheRightSourceAndEnd) {
-    ASSERT_EQ(worst.WcMcAnalysis::fromPropertyList(
-                  CPropertyList(CString(("OutputVariable:string{i(vin)} TolSpecList:list{" +
-                                         TolSpec("vin", "", "dc", -5.0, 10) + "}")
-                                            .c_str()))),
-              1);
+    WcMcRun::Load("OutputVariable:string{i(vin)} TolSpecList:list{" +
+                  TolSpec("vin", "", "dc", -5.0, 10) + "}");
     engine.SetScript([](const CString& command, const ScriptedEngine& e) {
         if (command.Find("sens") >= 0) {
             ScriptedPlot sens;
