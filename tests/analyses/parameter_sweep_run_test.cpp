@@ -2,6 +2,7 @@
 // put back afterwards, the traces each inner analysis leaves, nested levels, failures, stops
 // and pages, and the engine request that runs a copy of the collection's sweep.
 #include "analyses/compound/psweep.h"
+#include "analyses/core/analysis_text.h"
 #include "tests/support/scripted_engine.h"
 
 #include <gtest/gtest.h>
@@ -98,6 +99,20 @@ private:
     size_t sets_ = 0;
 };
 
+// A page as one text: title, x axis and unit, then per trace its name and points (x,re[,im]).
+std::string PageText(const CGrapherPage& page) {
+    std::string text = page.GetTitle().str() + " | " + page.GetXAxisName().str() + " [" +
+                       page.GetXAxisUnit().str() + "]\n";
+    for (const CGrapherTrace& t : page.GetTraces()) {
+        text += t.name.str() + ":";
+        for (size_t i = 0; i < t.x.size(); ++i)
+            text += " " + FormatNumber(t.x[i]).str() + "," + FormatNumber(t.re[i]).str() +
+                    (t.IsComplex() ? "," + FormatNumber(t.im[i]).str() : "");
+        text += "\n";
+    }
+    return text;
+}
+
 void Configure(ParameterSweep& sweep, const char* record) {
     ASSERT_EQ(sweep.fromPropertyList(CPropertyList(CString(record))), 1) << record;
 }
@@ -113,16 +128,9 @@ TEST_F(SweepRun, TemperatureOverOperatingPointPlotsOnePointPerValue) {
     // No value stored for the temperature: the circuit's own comes back with "set -temp".
     EXPECT_EQ(Requests(), (Lines{"exec: set temp = 250", "exec: op;", "exec: set temp = 350",
                                  "exec: op;", "exec: set -temp"}));
-    const CGrapherPage& page = OnlyPage();
-    EXPECT_EQ(page.GetTitle(), "Parameter Sweep");
-    EXPECT_EQ(page.GetFontName(), "Times New Roman");
-    EXPECT_EQ(page.GetXAxisName(), "Temperature");
-    EXPECT_EQ(page.GetXAxisUnit(), "K");
-    EXPECT_EQ(page.GetKeepPageOpen(), 0) << "cleared when the page is finished";
-    ASSERT_EQ(page.GetTraces().size(), 1u);
-    EXPECT_EQ(page.GetTraces()[0].name, "v(out)");
-    EXPECT_EQ(page.GetTraces()[0].x, (Values{250, 350}));
-    EXPECT_EQ(page.GetTraces()[0].re, (Values{250, 350}));
+    EXPECT_EQ(PageText(OnlyPage()), "Parameter Sweep | Temperature [K]\nv(out): 250,250 350,350\n");
+    EXPECT_EQ(OnlyPage().GetFontName(), "Times New Roman");
+    EXPECT_EQ(OnlyPage().GetKeepPageOpen(), 0) << "cleared when the page is finished";
     EXPECT_EQ(sweep_.GetCurrentLabel(), "Temperature=350");
     EXPECT_EQ(sweep_.GetSweepIterLabel(), "TEMP=350");
     EXPECT_EQ(engine_.GetAnalysisEventSink(), nullptr) << "the sink before the run is back";
@@ -143,14 +151,13 @@ TEST_F(SweepRun, InstanceSweepOverAcAddsAComplexTracePerValueAndRestoresTheStore
                                  "param 2018 Resistor rmod r2 resistance = 10000", ac,
                                  "param 2018 Resistor rmod r2 resistance = 1e+05", ac,
                                  "param 2018 Resistor rmod r2 resistance = 1500"}));
-    const CGrapherPage& page = OnlyPage();
-    EXPECT_EQ(page.GetXAxisName(), "frequency");
-    EXPECT_EQ(page.GetXAxisUnit(), "Hz");
-    ASSERT_EQ(page.GetTraces().size(), 3u) << "every vector but the scale without an iplot";
-    EXPECT_EQ(page.GetTraces()[2].name, "v(out), r2[resistance]=100000");
+    // Every vector but the scale without an iplot.
+    EXPECT_EQ(PageText(OnlyPage()),
+              "Parameter Sweep | frequency [Hz]\n"
+              "v(out), r2[resistance]=1000: 1,300.15,-300.15 2,600.3,-600.3\n"
+              "v(out), r2[resistance]=10000: 1,300.15,-300.15 2,600.3,-600.3\n"
+              "v(out), r2[resistance]=100000: 1,300.15,-300.15 2,600.3,-600.3\n");
     EXPECT_EQ(sweep_.GetTraceName(2), "v(out), r2[resistance]=100000");
-    EXPECT_EQ(page.GetTraces()[2].x, (Values{1, 2}));
-    EXPECT_EQ(page.GetTraces()[2].im, (Values{-300.15, -600.3}));
     EXPECT_EQ(sweep_.GetRealPlotFlag(), 0);
 }
 
@@ -167,11 +174,11 @@ TEST_F(SweepRun, ModelSweepOverTransientRestoresTheCircuitsValueAndNeedsASnapIn)
         Requests(),
         (Lines{"param 2019 Diode dmod is = 1e-12", tran, "param 2019 Diode dmod is = 2e-12", tran,
                "param 2019 Diode dmod is = 4e-12", tran, "param 2019 Diode dmod is = 1e-14"}));
-    const CGrapherPage& page = OnlyPage();
-    EXPECT_EQ(page.GetXAxisName(), "time");
-    ASSERT_EQ(page.GetTraces().size(), 3u) << "the scale and unknown names are no traces";
-    EXPECT_EQ(page.GetTraces()[2].name, "v(out), dmod[is]=4e-12");
-    EXPECT_FALSE(page.GetTraces()[2].IsComplex());
+    // The scale and unknown names are no traces.
+    EXPECT_EQ(PageText(OnlyPage()), "Parameter Sweep | time [s]\n"
+                                    "v(out), dmod[is]=1e-12: 1,300.15 2,600.3\n"
+                                    "v(out), dmod[is]=2e-12: 1,300.15 2,600.3\n"
+                                    "v(out), dmod[is]=4e-12: 1,300.15 2,600.3\n");
 
     engine_.SetSimulatorSnapIn(nullptr);
     EXPECT_EQ(sweep_.ExecuteAnalysis(nullptr, nullptr), 1);
@@ -198,12 +205,11 @@ TEST_F(SweepRun, NestedSweepRunsInFullForEveryOuterValue) {
     expected.push_back("param 2018 Resistor rmod r1 resistance = 1000");
     EXPECT_EQ(Requests(), expected);
 
-    const CGrapherPage& page = OnlyPage();
-    EXPECT_EQ(page.GetXAxisName(), "Temperature") << "the innermost level's x";
-    ASSERT_EQ(page.GetTraces().size(), 2u);
-    EXPECT_EQ(page.GetTraces()[1].name, "v(out), r1[resistance]=2000");
-    EXPECT_EQ(page.GetTraces()[1].x, (Values{250, 350}));
-    EXPECT_EQ(page.GetChartLogs()[0].GetEntries()[3].text, "SWEEP#14: r1[resistance]=2000");
+    // The innermost level's x.
+    EXPECT_EQ(PageText(OnlyPage()), "Parameter Sweep | Temperature [K]\n"
+                                    "v(out), r1[resistance]=1000: 250,250 350,350\n"
+                                    "v(out), r1[resistance]=2000: 250,250 350,350\n");
+    EXPECT_EQ(OnlyPage().GetChartLogs()[0].GetEntries()[3].text, "SWEEP#14: r1[resistance]=2000");
     EXPECT_EQ(sweep_.GetNestedSweep()->GetCurrentLabel(), "r1[resistance]=2000, Temperature=350");
 }
 
@@ -256,9 +262,8 @@ TEST_F(SweepRun, WithoutGroupingEachValueGetsAPageOfItsOwn) {
     EXPECT_EQ(sweep_.ExecuteAnalysis(nullptr, nullptr), 1);
     const auto& pages = engine_.GetGrapherPages();
     ASSERT_EQ(pages.size(), 2u);
-    EXPECT_EQ(pages[1].GetTitle(), "Temperature Sweep: TEMP=350");
-    ASSERT_EQ(pages[1].GetTraces().size(), 1u);
-    EXPECT_EQ(pages[1].GetTraces()[0].name, "v(out), Temperature=350");
+    EXPECT_EQ(PageText(pages[1]), "Temperature Sweep: TEMP=350 | time [s]\n"
+                                  "v(out), Temperature=350: 1,350 2,700\n");
 }
 
 TEST_F(SweepRun, EngineRunsACopyOfTheCollectionsSweepWithTheRecordReadOverIt) {

@@ -39,12 +39,6 @@ struct ScriptedParameterSet {
     CString value; ///< the value item's text
 };
 
-/// One event sent to the analysis event sink and its answer.
-struct ScriptedEvent {
-    long id = 0;
-    int answer = 0;
-};
-
 /// A CircuitEngine with a simulator made of a script. For every
 /// SilentExecuteSimulatorCommand it records the text, asks the script (the
 /// command and this engine, so the script can read the parameters set so far)
@@ -61,7 +55,6 @@ public:
     void SetScript(Script script) { script_ = std::move(script); }
     /// WantStopNow answers 1 from the (n+1)-th stop poll on; -1: never.
     void StopAfterPolls(int n) { stopAfterPolls_ = n; }
-    void SetSnapInResult(int result) { snapInResult_ = result; }
 
     int SilentExecuteSimulatorCommand(CString command) override {
         commands_.push_back(command);
@@ -82,7 +75,6 @@ public:
 
     const std::vector<CString>& Commands() const { return commands_; }
     const std::vector<ScriptedParameterSet>& ParameterSets() const { return parameterSets_; }
-    const std::vector<ScriptedEvent>& Events() const { return events_; }
     const std::vector<CSpiceSession*>& StoppedSessions() const { return stoppedSessions_; }
     int StopPolls() const { return stopPolls_; }
     /// The last value set for the element and parameter `names`; "" when none.
@@ -105,7 +97,7 @@ private:
                                      item ? item->GetValue() : value.GetString()};
             engine_.Apply(set, item ? *item : CPropertyItem("value", set.value));
             engine_.parameterSets_.push_back(std::move(set));
-            return engine_.snapInResult_;
+            return 1;
         }
 
     private:
@@ -125,17 +117,14 @@ private:
     }
 
     // Through the engine, as a host delivers, so that runs made for a distributor record it.
-    int Send(CEventSink* /*sink*/, long id, const CSpiceArgs& args) {
+    int Send(long id, const CSpiceArgs& args) {
         CEventSource source("ScriptedEngine");
         const EventData data{id, IITVariant(&args)};
-        const int answer = SendAnalysisEvent(&source, data);
-        events_.push_back(ScriptedEvent{id, answer});
-        return answer;
+        return SendAnalysisEvent(&source, data);
     }
 
     void Deliver(const ScriptedPlot& plot) {
-        CEventSink* sink = GetAnalysisEventSink();
-        if (!sink)
+        if (!GetAnalysisEventSink())
             return;
         CSpicePlotInfo info;
         info.name = plot.name;
@@ -144,28 +133,26 @@ private:
         info.vectorNames = plot.vectors;
         info.vectorIsComplex.assign(plot.vectors.size(), !plot.imagRows.empty());
         info.scaleIndex = plot.scaleIndex;
-        Send(sink, EVENT_BEGIN_PLOT, CSpiceArgs(CSpiceArgs::BeginPlot, &info));
+        Send(EVENT_BEGIN_PLOT, CSpiceArgs(CSpiceArgs::BeginPlot, &info));
         for (size_t r = 0; r < plot.rows.size() && !stopped_; ++r) {
             CSpiceDataRow row;
             row.real = plot.rows[r];
             row.imag = r < plot.imagRows.size() ? plot.imagRows[r]
                                                 : std::vector<double>(row.real.size(), 0.0);
-            if (Send(sink, EVENT_PLOT_DATA, CSpiceArgs(CSpiceArgs::Data, &row)) != 0)
+            if (Send(EVENT_PLOT_DATA, CSpiceArgs(CSpiceArgs::Data, &row)) != 0)
                 break;
-            Send(sink, EVENT_STOP_POLL, CSpiceArgs(CSpiceArgs::StopPoll, &Session()));
+            Send(EVENT_STOP_POLL, CSpiceArgs(CSpiceArgs::StopPoll, &Session()));
         }
-        Send(sink, EVENT_END_PLOT, CSpiceArgs(CSpiceArgs::EndPlot, &info));
+        Send(EVENT_END_PLOT, CSpiceArgs(CSpiceArgs::EndPlot, &info));
     }
 
     Script script_;
     SnapIn snapIn_{*this};
     int stopAfterPolls_ = -1;
     int stopPolls_ = 0;
-    int snapInResult_ = 1;
     bool stopped_ = false;
     std::vector<CString> commands_;
     std::vector<ScriptedParameterSet> parameterSets_;
-    std::vector<ScriptedEvent> events_;
     std::vector<CSpiceSession*> stoppedSessions_;
 };
 
