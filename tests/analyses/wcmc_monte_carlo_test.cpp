@@ -209,24 +209,6 @@ TEST_F(MonteCarloTest, StopRequestSkipsTheRemainingRunsAndTheRepeat) {
     EXPECT_EQ(engine.Commands().size(), 3u);
 }
 
-TEST_F(MonteCarloTest, SameSeedRepeatsTheRunsAndTheSeedIsLogged) {
-    Load("NumRuns:int{3}");
-    engine.SetScript(PeakFromParameters);
-    const auto execute = [&](uint64_t seed) {
-        Random::SetMasterSeed(seed);
-        Analyses::Monte fresh(&analyses);
-        fresh.WcMcAnalysis::fromPropertyList(monte.WcMcAnalysis::toPropertyList());
-        const AnalysisSinkScope sink(engine, &static_cast<WcMcAnalysis&>(fresh));
-        fresh.ExecuteAnalysis(nullptr);
-        return fresh.GetAppliedSets();
-    };
-    const auto first = execute(31);
-    EXPECT_EQ(execute(31), first);
-    EXPECT_NE(execute(32), first);
-    EXPECT_EQ(engine.GetGrapherPages()[2].GetChartLogs()[0].GetEntries()[0].text,
-              "Random seed: 32");
-}
-
 TEST_F(MonteCarloTest, EngineDispatchBuildsRunsAndForgetsTheAnalysis) {
     Load("NumRuns:int{2}");
     engine.SetScript(PeakFromParameters);
