@@ -108,13 +108,10 @@ std::string WcMcPages(int worstCase, CRunDistributor* distributor,
     engine.SetScript(std::move(script));
     Random::SetMasterSeed(99);
     WcMcAnalysis analysis(&analyses, worstCase);
-    const std::string tolerances = "TolSpecList:list{" +
-                                   TolSpec("r1", "", "resistance", 1e3, 10, 1, 0) + " " +
-                                   TolSpec("", "qn", "bf", 100, 20, 1, 1, 1) + "}";
-    EXPECT_EQ(
-        analysis.fromPropertyList(CPropertyList(CString(
-            "AnalysisType:int{2} OutputVariable:string{v(out)} NumRuns:int{6} " + tolerances))),
-        1);
+    EXPECT_EQ(analysis.fromPropertyList(CPropertyList(
+                  CString("AnalysisType:int{2} OutputVariable:string{v(out)} NumRuns:int{6} " +
+                          UniqueR1AndLotBf()))),
+              1);
     const AnalysisSinkScope sink(engine, &analysis);
     EXPECT_EQ(analysis.ExecuteAnalysis(nullptr), 1);
     return PagesText(engine);

@@ -123,60 +123,45 @@ TEST(NoiseFigureAnalysis, RecordKeepsKeyOrderRoundTripsAndReadsOverBadKeys) {
 }
 
 TEST(NoiseFigureAnalysis, RunLogsTheResultOfTheLastRowOfTheLastNoisePlot) {
-    const Lines figure = {"20db", "Output noise (onoise_spectrum): 1e-06",
-                          "Input-referred noise (inoise_spectrum): 1e-07"};
-    ScriptedEngine engine;
-    EXPECT_EQ(RunFigure(engine, {NoisePlot({1e9, 1e-6, 1e-7})}), 1);
-    EXPECT_EQ(engine.Commands(),
-              std::vector<CString>{"set temp=300.15 ; noise  -env-options v(out) vin dec 10 "
-                                   "1e+09 1e+09 ; set -temp"});
-    EXPECT_EQ(engine.GetAnalysisEventSink(), nullptr);
-    ASSERT_EQ(engine.GetGrapherPages().size(), 1u);
-    EXPECT_EQ(engine.GetGrapherPages()[0].GetTitle(), "Noise Figure Analysis");
-    EXPECT_EQ(engine.GetGrapherPages()[0].GetChartLogs().at(0).GetTitle(), "Noise Figure Results");
-    EXPECT_EQ(LogOf(engine), figure);
-
     ScriptedPlot upper =
         NoisePlot({1, 2, 3}, AT_NOISE, {"frequency", "INOISE_SPECTRUM", "Onoise_Spectrum"});
     upper.rows.push_back({1e9, 1e-7, 1e-6});
+    const ScriptedPlot noInput = NoisePlot({1e9, 2e-6}, AT_NOISE, {"frequency", "onoise_spectrum"});
+    const ScriptedPlot good = NoisePlot({1e9, 1e-6, 1e-7});
     const struct {
-        const char* what;
         std::vector<ScriptedPlot> plots;
         int stopAfterPolls, result;
-        Lines log;
+        const char *text, *output, *input;
     } rows[] = {
-        {"a refusal",
-         {NoisePlot({1e9, 0.0, 1e-7})},
-         -1,
-         0,
-         {"Negative Infinity", "Output noise (onoise_spectrum): 0",
-          "Input-referred noise (inoise_spectrum): 1e-07"}},
-        {"names in any case, the last row", {upper}, -1, 1, figure},
-        {"a plot without the input spectrum starts afresh",
-         {NoisePlot({1e9, 1e-6, 1e-7}),
-          NoisePlot({1e9, 2e-6}, AT_NOISE, {"frequency", "onoise_spectrum"})},
-         -1,
-         0,
-         {"Infinity", "Output noise (onoise_spectrum): 2e-06",
-          "Input-referred noise (inoise_spectrum): 0"}},
-        {"other kinds of plot are ignored",
-         {NoisePlot({1e9, 5.0, 5.0}, AT_AC), NoisePlot({1e9, 1e-6, 1e-7}),
-          NoisePlot({1e9, 7.0, 0.0}, AT_TRAN)},
-         -1,
-         1,
-         figure},
-        {"a short row is not read past",
-         {NoisePlot({1e9, 1e-6})},
-         -1,
-         0,
-         {"Infinity", "Output noise (onoise_spectrum): 1e-06",
-          "Input-referred noise (inoise_spectrum): 0"}},
-        {"a stop keeps the result but fails", {NoisePlot({1e9, 1e-6, 1e-7})}, 0, 0, figure},
+        // clang-format off
+        {{good}, -1, 1, "20db", "1e-06", "1e-07"},
+        {{NoisePlot({1e9, 0.0, 1e-7})}, -1, 0, "Negative Infinity", "0", "1e-07"},
+        // Names match in any case; the last row counts.
+        {{upper}, -1, 1, "20db", "1e-06", "1e-07"},
+        // A noise plot without the input spectrum starts afresh.
+        {{good, noInput}, -1, 0, "Infinity", "2e-06", "0"},
+        // Plots of other kinds are ignored, before the noise plot and after it.
+        {{NoisePlot({1e9, 5.0, 5.0}, AT_AC), good, NoisePlot({1e9, 7.0, 0.0}, AT_TRAN)}, -1, 1, "20db", "1e-06", "1e-07"},
+        // A short row is not read past.
+        {{NoisePlot({1e9, 1e-6})}, -1, 0, "Infinity", "1e-06", "0"},
+        // A stop keeps the result but fails the run.
+        {{good}, 0, 0, "20db", "1e-06", "1e-07"},
+        // clang-format on
     };
     for (const auto& r : rows) {
-        ScriptedEngine e;
-        EXPECT_EQ(RunFigure(e, r.plots, r.stopAfterPolls), r.result) << r.what;
-        EXPECT_EQ(LogOf(e), r.log) << r.what;
+        ScriptedEngine engine;
+        EXPECT_EQ(RunFigure(engine, r.plots, r.stopAfterPolls), r.result) << r.text;
+        EXPECT_EQ(engine.Commands(),
+                  std::vector<CString>{"set temp=300.15 ; noise  -env-options v(out) vin dec 10 "
+                                       "1e+09 1e+09 ; set -temp"});
+        EXPECT_EQ(engine.GetAnalysisEventSink(), nullptr);
+        ASSERT_EQ(engine.GetGrapherPages().size(), 1u);
+        EXPECT_EQ(engine.GetGrapherPages()[0].GetTitle(), "Noise Figure Analysis");
+        EXPECT_EQ(engine.GetGrapherPages()[0].GetChartLogs().at(0).GetTitle(),
+                  "Noise Figure Results");
+        EXPECT_EQ(LogOf(engine),
+                  (Lines{r.text, std::string("Output noise (onoise_spectrum): ") + r.output,
+                         std::string("Input-referred noise (inoise_spectrum): ") + r.input}));
     }
     EXPECT_EQ(NoiseFigure().ExecuteAnalysis(), 0) << "no collection, no engine";
 }

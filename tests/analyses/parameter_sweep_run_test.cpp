@@ -227,17 +227,14 @@ TEST_F(SweepRun, FailedCommandOrStopPollEndsEveryLevelWhichStillRestores) {
         }
         return answer;
     });
-    const Lines expected = {"param 2018 Resistor rmod r1 resistance = 1",
-                            "exec: set temp = 250",
-                            "exec: op;",
-                            "exec: set temp = 350",
-                            "exec: op;",
-                            "exec: set -temp",
-                            "param 2018 Resistor rmod r1 resistance = 2",
-                            "exec: set temp = 250",
-                            "exec: op;",
-                            "exec: set -temp",
-                            "param 2018 Resistor rmod r1 resistance = 1000"};
+    // clang-format off
+    const Lines expected = {
+        "param 2018 Resistor rmod r1 resistance = 1",
+        "exec: set temp = 250", "exec: op;", "exec: set temp = 350", "exec: op;", "exec: set -temp",
+        "param 2018 Resistor rmod r1 resistance = 2",
+        "exec: set temp = 250", "exec: op;", "exec: set -temp",
+        "param 2018 Resistor rmod r1 resistance = 1000"};
+    // clang-format on
     EXPECT_EQ(sweep_.ExecuteAnalysis(nullptr, nullptr), 0);
     EXPECT_EQ(Requests(), expected);
     EXPECT_EQ(engine_.GetGrapherPages()[0].GetChartLogs()[0].GetEntries().back().text,

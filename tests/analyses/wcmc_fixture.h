@@ -38,6 +38,12 @@ inline std::string TolSpec(const std::string& instance, const std::string& model
            std::string(CString::Formatted("%.17g", value).c_str()) + "}}}";
 }
 
+/// r1 10% uniform of its own and bf 20% Gaussian in lot 1, as a "TolSpecList".
+inline std::string UniqueR1AndLotBf() {
+    return "TolSpecList:list{" + TolSpec("r1", "", "resistance", 1e3, 10, 1, 0) + " " +
+           TolSpec("", "qn", "bf", 100, 20, 1, 1, 1) + "}";
+}
+
 /// The last value the snap-in set for a parameter, as a number; `fallback` when none.
 inline double Set(const canal_test::ScriptedEngine& e, const CStringArray& names, double fallback) {
     const CString v = e.LastValue(names);

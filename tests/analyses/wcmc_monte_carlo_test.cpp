@@ -16,12 +16,9 @@ namespace {
 
 struct MonteCarloTest : WcMcRun<Analyses::Monte> {
     MonteCarloTest() { Random::SetMasterSeed(1234); }
-    /// Reads `settings` with v(out) as the output; r1 10% uniform of its own, bf 20% Gaussian
-    /// in lot 1.
+    /// Reads `settings` with v(out) as the output and the tolerances on r1 and bf.
     void Load(const std::string& settings) {
-        WcMcRun::Load("OutputVariable:string{v(out)} " + settings + " TolSpecList:list{" +
-                      TolSpec("r1", "", "resistance", 1e3, 10, 1, 0) + " " +
-                      TolSpec("", "qn", "bf", 100, 20, 1, 1, 1) + "}");
+        WcMcRun::Load("OutputVariable:string{v(out)} " + settings + " " + UniqueR1AndLotBf());
     }
     Analyses::Monte& monte = analysis;
 };
