@@ -1,6 +1,6 @@
 // Tolerances: nominal values, band ends, spread of draws, lots, seeds, writes, records, texts.
 #include "analyses/compound/wcmc_tolspec.h"
-#include "tests/support/scripted_engine.h"
+#include "tests/analyses/wcmc_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -15,13 +15,7 @@ namespace {
 
 using Values = std::vector<double>;
 
-// r1 (instance parameter resistance 1000 ohm) and the model qn (bf 100).
-void FillCircuit(CSpiceCircuit circuit) {
-    circuit.AddDevice("Resistor")
-        .AddModel("rmod")
-        .AddInstance("r1", {{"resistance", 1e3, "Resistance", "InputOutput"}});
-    circuit.AddDevice("BJT").AddModel("qn", {{"bf", 100.0, "Forward beta", "InputOutput"}});
-}
+using wcmc_test::FillCircuit;
 
 WcMcTolSpec Tolerance(const char* record) {
     WcMcTolSpec t;
@@ -211,10 +205,7 @@ TEST(WcMcTolSpec, NewCircuitFindsTheElementAgainByName) {
 
 TEST(WcMcTolSpec, RecordKeepsKeyOrderAndReadsBackWhatItWrote) {
     ScriptedEngine engine;
-    engine.Circuit()
-        .AddDevice("Resistor")
-        .AddModel("rmod")
-        .AddInstance("r1", {{"resistance", 1e3}});
+    FillCircuit(engine.Circuit());
     WcMcTolSpec t = R1(2.5);
     t.SetDistribution(WcMcTolSpec::Uniform);
     t.SetLotNum(WcMcTolSpec::Lot2);
