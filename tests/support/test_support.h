@@ -70,19 +70,29 @@ inline std::vector<std::string> Labels(const CPropertyList& list) {
     return labels;
 }
 
-/// The items of `a`'s own list that differ from those of a default object of
-/// its kind (compared position by position), as property text.
-inline std::string ChangedKeys(const Analysis& a) {
-    const std::unique_ptr<Analysis> fresh(a.NewInstance());
-    const CPropertyList defaults = AnalysisList(*fresh);
+/// The items of `now` that differ from those of `before` (compared position by position), as
+/// property text.
+inline std::string Changed(const CPropertyList& now, const CPropertyList& before) {
     std::string changed;
     int i = 0;
-    for (const CPropertyItem& item : AnalysisList(a)) {
-        CPropertyItem before;
-        if (!defaults.GetNth(i++, before) || before.GetField() != item.GetField())
+    for (const CPropertyItem& item : now) {
+        CPropertyItem was;
+        if (!before.GetNth(i++, was) || was.GetField() != item.GetField())
             changed += (changed.empty() ? "" : " ") + item.GetField().str();
     }
     return changed;
+}
+
+/// The items of `a`'s own list that differ from those of a default object of its kind.
+inline std::string ChangedKeys(const Analysis& a) {
+    const std::unique_ptr<Analysis> fresh(a.NewInstance());
+    return Changed(AnalysisList(a), AnalysisList(*fresh));
+}
+
+/// The fields of `a`'s whole record that differ from those of a default object of its kind.
+inline std::string ChangedFields(const Analysis& a) {
+    const std::unique_ptr<Analysis> fresh(a.NewInstance());
+    return Changed(a.toPropertyItem().GetPropertyList(), fresh->toPropertyItem().GetPropertyList());
 }
 
 inline std::vector<std::string> Lines(const std::string& text) {
