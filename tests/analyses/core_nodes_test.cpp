@@ -62,19 +62,14 @@ TEST(AnalysisNodes, RecordAndAssignmentCarryTheSettingsAndOneRangeValueGivesBoth
     nodes.GetAxes().GetRange(Nodes::HAxis) = CMinMax(-2, 3);
     nodes.SetShowDevAtEnd(0);
     const CString text = nodes.toPropertyItem().GetField();
-    EXPECT_EQ(text.Find("NODES:list{IncrPlot:int{1} NodeFilterSelected:int{1} "
-                        "NodeFilterUnselected:int{0} ShowAtEnd:int{0} Mode:int{0} UserNodes:"),
-              0)
-        << text.c_str();
-    EXPECT_NE(text.Find("vscale:int{0} WantCheckNodes:int{1} hrange:double{-2} "
-                        "hrange:double{3}}"),
-              -1)
-        << text.c_str();
-
+    EXPECT_EQ(
+        text,
+        "NODES:list{IncrPlot:int{1} NodeFilterSelected:int{1} NodeFilterUnselected:int{0} "
+        "ShowAtEnd:int{0} Mode:int{0} UserNodes:list{} Nodes:list{NODE:list{Name:string{v(a)} "
+        "Kind:int{1} Flags:int{256}}} vscale:int{0} WantCheckNodes:int{1} "
+        "hrange:double{-2} hrange:double{3}}");
     Analyses::Op other;
-    CPropertyItem item;
-    CPropertyList(text).GetNth(0, item);
-    ASSERT_EQ(other.GetAnalysisNodes().fromPropertyItem(item), 1);
+    ASSERT_EQ(other.GetAnalysisNodes().fromPropertyItem(test::ParseItem(text)), 1);
     EXPECT_EQ(other.GetAnalysisNodes().toPropertyItem().GetField(), text);
     // Assigning a set takes its settings but not its binding to an analysis.
     Analyses::Op third;
@@ -87,22 +82,18 @@ TEST(AnalysisNodes, RecordAndAssignmentCarryTheSettingsAndOneRangeValueGivesBoth
     EXPECT_EQ(single.GetAxisCmd(Nodes::VAxis), "-param vrange 5 5; ");
 }
 
-TEST(AnalysisNodes, ReaderSkipsWrongTypesAndReportsUnknownFields) {
+TEST(AnalysisNodes, ReaderResetsFirstSkipsWrongTypesAndReportsUnknownFields) {
     Nodes nodes;
     nodes.SetMode(Nodes::Nodes);
-    EXPECT_EQ(nodes.fromPropertyItem(NodesRecord("Mode:string{1} IncrPlot:int{0}")), 1);
-    EXPECT_EQ(nodes.GetMode(), Nodes::Nodes);
-    EXPECT_EQ(nodes.GetIncrPlot(), 0);
-
-    EXPECT_EQ(nodes.fromPropertyItem(NodesRecord("Bogus:int{1} hscale:string{log} "
+    nodes.SetIncrPlot(0);
+    EXPECT_EQ(nodes.fromPropertyItem(NodesRecord("Bogus:int{1} hscale:string{log} Mode:string{1} "
                                                  "ShowAtEnd:int{0} vscale2:int{1}")),
               0);
-    EXPECT_EQ(nodes.GetShowDevAtEnd(), 0);
-    EXPECT_EQ(nodes.GetAxis(Nodes::VAxis2), ST_LOG);
-    EXPECT_EQ(nodes.GetAxis(Nodes::HAxis), ST_NONE);
-    // A reset came first: the earlier IncrPlot is back at its default.
-    EXPECT_EQ(nodes.GetIncrPlot(), 1);
-
+    // The mode is a preference that the reset keeps.
+    EXPECT_EQ(nodes.toPropertyItem().GetField(),
+              "NODES:list{IncrPlot:int{1} NodeFilterSelected:int{0} NodeFilterUnselected:int{0} "
+              "ShowAtEnd:int{0} Mode:int{2} UserNodes:list{} Nodes:list{} vscale2:int{1} "
+              "WantCheckNodes:int{1}}");
     EXPECT_EQ(nodes.fromPropertyItem(CPropertyItem("NODES", 1L)), 0);
     EXPECT_EQ(nodes.fromPropertyItem(CPropertyItem("Nodes", CPropertyList())), 0);
 }
@@ -145,14 +136,13 @@ TEST(AnalysisNodes, ReadableWordingFollowsMode) {
 TEST(AnalysisNodes, SelectionQueriesAndNodeString) {
     Nodes nodes;
     EXPECT_EQ(nodes.GetSelected(), 0);
-    nodes.SetNodesString("  v(1)  v(2) ");
-    ASSERT_EQ(nodes.GetNodes().GetCount(), 2u);
-    EXPECT_EQ(nodes.GetSelected(), 1);
-    EXPECT_EQ(nodes.GetIPlot(), 1);
-    EXPECT_EQ(nodes.GetSelectedNotIPlot(), 0);
+    nodes.SetNodesString("  v(1) \t v(2) ");
     nodes.GetNodes()[1].SetFlags(256);
-    EXPECT_EQ(nodes.GetSelectedNotIPlot(), 1);
+    EXPECT_EQ(nodes.GetNodesString(256, 0), "v(1) v(2)");
     EXPECT_EQ(nodes.GetNodesString(512, 0), "v(1)");
+    EXPECT_EQ(nodes.GetSelected() + nodes.GetIPlot() + nodes.GetSelectedNotIPlot(), 3);
+    nodes.GetNodes()[1].SetFlags(768);
+    EXPECT_EQ(nodes.GetSelectedNotIPlot(), 0);
 
     CSpiceNodeNameList saved;
     nodes.GetNodes().AddName("x", 0, 512);
