@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -49,17 +48,12 @@ inline std::unique_ptr<Analysis> WithKeys(const char* nickname, const char* keys
     return a;
 }
 
-/// The item labelled `label` in `list`; an empty item when there is none.
-inline CPropertyItem Find(const CPropertyList& list, const char* label) {
-    for (const CPropertyItem& item : list)
-        if (item.GetLabel() == label)
-            return item;
-    return {};
-}
-
-/// The analysis' own keys: the "ANALYSIS" list of its record.
+/// The analysis' own keys: the "ANALYSIS" list of its record; empty when there is none.
 inline CPropertyList AnalysisList(const Analysis& a) {
-    return Find(a.toPropertyItem().GetPropertyList(), "ANALYSIS").GetPropertyList();
+    for (const CPropertyItem& item : a.toPropertyItem().GetPropertyList())
+        if (item.GetLabel() == "ANALYSIS")
+            return item.GetPropertyList();
+    return {};
 }
 
 /// The labels of the items of `list`, in order.
@@ -93,14 +87,6 @@ inline std::string ChangedKeys(const Analysis& a) {
 inline std::string ChangedFields(const Analysis& a) {
     const std::unique_ptr<Analysis> fresh(a.NewInstance());
     return Changed(a.toPropertyItem().GetPropertyList(), fresh->toPropertyItem().GetPropertyList());
-}
-
-inline std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);)
-        lines.push_back(line);
-    return lines;
 }
 
 /// The readable text of anything that writes itself under a parent item
