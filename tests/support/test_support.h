@@ -50,7 +50,8 @@ inline std::unique_ptr<Analysis> WithKeys(const char* nickname, const char* keys
 
 /// The analysis' own keys: the "ANALYSIS" list of its record; empty when there is none.
 inline CPropertyList AnalysisList(const Analysis& a) {
-    for (const CPropertyItem& item : a.toPropertyItem().GetPropertyList())
+    const CPropertyItem record = a.toPropertyItem();
+    for (const CPropertyItem& item : record.GetPropertyList())
         if (item.GetLabel() == "ANALYSIS")
             return item.GetPropertyList();
     return {};
