@@ -14,43 +14,31 @@ CPropertyItem NodesRecord(const char* fields) {
     return CPropertyItem("NODES", CPropertyList(fields));
 }
 
-TEST(AnalysisNodes, PlotSetUpWithAndWithoutIncrementalPlot) {
+TEST(AnalysisNodes, PlotSetUpWithAndWithoutIncrementalPlotAndAxesInPositionOrder) {
     Analyses::Op op;
     Nodes& nodes = op.GetAnalysisNodes();
     nodes.GetNodes().AddName("v(a)", 0, 256 | 512);
     nodes.GetNodes().AddName("i(v1)", 0, 256);
     nodes.SetAxis(Nodes::HAxis, ST_DEC);
+    nodes.SetAxis(Nodes::VAxis, ST_LOG);
+    nodes.SetAxis(Nodes::HAxis2, ST_OCT);
+    nodes.GetAxes().GetRange(Nodes::VAxis) = CMinMax(1e-3, 1e6);
     nodes.GetAxes().GetRange(Nodes::VAxis2) = CMinMax(0.5, 2);
-    EXPECT_EQ(nodes.GetSetupIPlot(0), "checknodes 1; save v(a) i(v1); iplot v(a); "
-                                      "-param vrange2 0.5 2; -param hscale dec; ");
-    EXPECT_EQ(nodes.GetSetupIPlot(1), "checknodes 1; save all; iplot v(a); "
-                                      "-param vrange2 0.5 2; -param hscale dec; ");
-
+    const CString axes = "-param vscale log; -param vrange 0.001 1e+06; -param hscale2 oct; "
+                         "-param vrange2 0.5 2; -param hscale dec; ";
+    EXPECT_EQ(nodes.GetSetupIPlot(0), "checknodes 1; save v(a) i(v1); iplot v(a); " + axes);
+    EXPECT_EQ(nodes.GetSetupIPlot(1), "checknodes 1; save all; iplot v(a); " + axes);
     nodes.SetIncrPlot(0);
     EXPECT_EQ(nodes.GetSetupIPlot(0), "checknodes 1; save v(a) i(v1)");
     nodes.SetWantCheckNodes(0);
     EXPECT_EQ(nodes.GetSetupIPlot(0), "save v(a) i(v1)");
-
     // Without an owning analysis there is no node type to check.
-    Nodes loose;
-    EXPECT_EQ(loose.GetSetupIPlot(0), "save ; iplot ; ");
+    EXPECT_EQ(Nodes().GetSetupIPlot(0), "save ; iplot ; ");
+    EXPECT_EQ(ScaleTypeText(ST_NONE) + CString(ScaleTypeText(-3)), "");
 
     EXPECT_EQ(nodes.GetSetupPostProcessing(), "; show all; showmod all; ");
     nodes.SetShowDevAtEnd(0);
     EXPECT_EQ(nodes.GetSetupPostProcessing(), "");
-}
-
-TEST(AnalysisNodes, AxisCommandsPerPosition) {
-    Nodes nodes;
-    EXPECT_EQ(nodes.GetAxisCmd(Nodes::VAxis), "");
-    nodes.SetAxis(Nodes::VAxis, ST_LOG);
-    nodes.SetAxis(Nodes::HAxis2, ST_OCT);
-    nodes.GetAxes().GetRange(Nodes::VAxis) = CMinMax(1e-3, 1e6);
-    EXPECT_EQ(nodes.GetAxisCmd(Nodes::VAxis), "-param vscale log; -param vrange 0.001 1e+06; ");
-    EXPECT_EQ(nodes.GetAxisCmd(Nodes::HAxis2), "-param hscale2 oct; ");
-    EXPECT_EQ(ScaleTypeText(ST_LIN), CString("lin"));
-    EXPECT_EQ(ScaleTypeText(ST_NONE), CString(""));
-    EXPECT_EQ(ScaleTypeText(-3), CString(""));
 }
 
 TEST(AnalysisNodes, RecordAndAssignmentCarryTheSettingsAndOneRangeValueGivesBothEnds) {
@@ -102,35 +90,25 @@ TEST(AnalysisNodes, ReadableWordingFollowsMode) {
     Nodes nodes;
     nodes.GetNodes().AddName("a", 0, 256);
     nodes.GetNodes().AddName("b", 0, 256 | 512);
-    EXPECT_EQ(ReadableOf(nodes), "Perform consistency check\n"
-                                 "Variables from analysis\n"
+    EXPECT_EQ(ReadableOf(nodes), "Perform consistency check\nVariables from analysis\n"
                                  "  Show device values at the end of the simulation\n"
-                                 "  Saved variables from analysis\n"
-                                 "    a\n"
-                                 "    b\n"
-                                 "  Plot saved variables incrementally\n"
-                                 "    b\n");
+                                 "  Saved variables from analysis\n    a\n    b\n"
+                                 "  Plot saved variables incrementally\n    b\n");
     nodes.SetMode(Nodes::Components);
     nodes.SetIncrPlot(0);
     nodes.SetWantCheckNodes(0);
     nodes.SetShowDevAtEnd(0);
     nodes.SetAxis(Nodes::VAxis, ST_LOG);
     nodes.GetAxes().GetRange(Nodes::HAxis) = CMinMax(1, 10);
-    EXPECT_EQ(ReadableOf(nodes), "Components from analysis\n"
-                                 "  Vertical axis scale: log\n"
-                                 "  Horizontal axis range: 1 to 10\n"
-                                 "  Saved components from analysis\n"
-                                 "    a\n"
-                                 "    b\n"
-                                 "  Saved components from analysis for later processing\n"
-                                 "    b\n");
+    const std::string axes = "  Vertical axis scale: log\n  Horizontal axis range: 1 to 10\n";
+    EXPECT_EQ(ReadableOf(nodes), "Components from analysis\n" + axes +
+                                     "  Saved components from analysis\n    a\n    b\n"
+                                     "  Saved components from analysis for later processing\n"
+                                     "    b\n");
     nodes.SetMode(Nodes::Nodes);
     nodes.GetNodes()[0].SetFlags(0);
-    EXPECT_EQ(ReadableOf(nodes), "Nodes from analysis\n"
-                                 "  Vertical axis scale: log\n"
-                                 "  Horizontal axis range: 1 to 10\n"
-                                 "  Saved nodes from analysis for later processing\n"
-                                 "    b\n");
+    EXPECT_EQ(ReadableOf(nodes), "Nodes from analysis\n" + axes +
+                                     "  Saved nodes from analysis for later processing\n    b\n");
 }
 
 TEST(AnalysisNodes, SelectionQueriesAndNodeString) {
