@@ -40,17 +40,11 @@ TEST(DcSweepAnalysis, SummaryHasOneExpandedGroupPerSweptSource) {
               std::string::npos);
     const auto dc =
         WithKeys("DC_SWEEP", "Source1:string{vv1} UseSource2:int{1} Increment2:double{2e-3}");
-    EXPECT_EQ(SettingsText(*dc), "Analysis settings\n"
-                                 "  DC Sweep for source #1\n"
-                                 "    Source: vv1\n"
-                                 "    Start Value: 0\n"
-                                 "    Stop Value: 1\n"
-                                 "    Increment Value: 0.5\n"
-                                 "  DC Sweep for source #2\n"
-                                 "    Source: $0\n"
-                                 "    Start Value: 0\n"
-                                 "    Stop Value: 1\n"
-                                 "    Increment Value: 0.002\n");
+    EXPECT_EQ(
+        SettingsText(*dc),
+        "Analysis settings\n  DC Sweep for source #1\n    Source: vv1\n    Start Value: 0\n"
+        "    Stop Value: 1\n    Increment Value: 0.5\n  DC Sweep for source #2\n"
+        "    Source: $0\n    Start Value: 0\n    Stop Value: 1\n    Increment Value: 0.002\n");
     CTreeCtrl ctrl;
     CTreeLog log("", "", &ctrl);
     _TREEITEM* settings = dc->toReadableText(log, nullptr, Analysis::TT_SETTINGS, "");

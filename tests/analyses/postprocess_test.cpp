@@ -65,22 +65,10 @@ TEST(PostProcess, SummaryListsPagesDiagramsAndTraces) {
     CTreeCtrl ctrl;
     CTreeLog log("", "", &ctrl);
     TwoPages().toReadableText(log, nullptr);
-    EXPECT_EQ(ctrl.ToText(), "Post Processing\n"
-                             "  Page 1\n"
-                             "    Diagram 1\n"
-                             "      Chart\n"
-                             "      Traces\n"
-                             "        v(out)\n"
-                             "        db(v(out))\n"
-                             "    Diagram 2\n"
-                             "      Graph\n"
-                             "      Traces\n"
-                             "  Page 2\n"
-                             "    Diagram 1\n"
-                             "      Graph\n"
-                             "      Traces\n"
-                             "        i(v1)\n"
-                             "  Page 3\n");
+    EXPECT_EQ(ctrl.ToText(), "Post Processing\n  Page 1\n    Diagram 1\n      Chart\n      Traces\n"
+                             "        v(out)\n        db(v(out))\n    Diagram 2\n      Graph\n"
+                             "      Traces\n  Page 2\n    Diagram 1\n      Graph\n      Traces\n"
+                             "        i(v1)\n  Page 3\n");
 }
 
 } // namespace

@@ -30,25 +30,18 @@ TEST(PzAnalysis, NodesFollowTheTransferFunctionKind) {
 TEST(PzAnalysis, SummaryShowsOnlyThePortsInUse) {
     const char* const rows[][2] = {
         {"PZpart:int{5} AnalysisType:int{7} InputPlus:string{a} OutputPlus:string{b}",
-         "  Analysis Type: Gain Analysis\n"
-         "  Analyses performed: Pole And Zero Analysis\n"
-         "  Input (+) node: a\n"
-         "  Input (-) node: $0\n"
-         "  Output (+) node: b\n"
-         "  Output (-) node: $0\n"},
+         "Gain Analysis\n  Analyses performed: Pole And Zero Analysis\n  Input (+) node: a\n"
+         "  Input (-) node: $0\n  Output (+) node: b\n  Output (-) node: $0\n"},
         {"InputPlus:string{i1} OutputPlus:string{o1} AnalysisType:int{3} PZpart:int{2}",
-         "  Analysis Type: Output Impedence\n"
-         "  Analyses performed: Zero Analysis\n"
-         "  Output (+) node: o1\n"
+         "Output Impedence\n  Analyses performed: Zero Analysis\n  Output (+) node: o1\n"
          "  Output (-) node: $0\n"},
         {"InputPlus:string{i1} OutputPlus:string{o1} AnalysisType:int{2} PZpart:int{1}",
-         "  Analysis Type: Input Impedance\n"
-         "  Analyses performed: Pole Analysis\n"
-         "  Input (+) node: i1\n"
+         "Input Impedance\n  Analyses performed: Pole Analysis\n  Input (+) node: i1\n"
          "  Input (-) node: $0\n"},
     };
     for (const auto& [keys, text] : rows)
-        EXPECT_EQ(SettingsText(*WithKeys("PZ", keys)), std::string("Analysis settings\n") + text);
+        EXPECT_EQ(SettingsText(*WithKeys("PZ", keys)),
+                  std::string("Analysis settings\n  Analysis Type: ") + text);
 }
 
 } // namespace

@@ -35,16 +35,12 @@ TEST(TfAnalysis, SettersTrimNames) {
 }
 
 TEST(TfAnalysis, SummaryShowsTheChosenOutput) {
-    const char* keys = "InputRefSource:string{vin} OutputNode:string{out}";
-    EXPECT_EQ(SettingsText(*WithKeys("TF", keys)), "Analysis settings\n"
-                                                   "  Input source: vin\n"
-                                                   "  Output node: out\n"
-                                                   "  Output reference node: $0\n");
-    EXPECT_EQ(
-        SettingsText(*WithKeys("TF", (std::string(keys) + " UseCurrentSource:int{1}").c_str())),
-        "Analysis settings\n"
-        "  Input source: vin\n"
-        "  Output current source: $0\n");
+    const std::string keys = "InputRefSource:string{vin} OutputNode:string{out}";
+    EXPECT_EQ(SettingsText(*WithKeys("TF", keys.c_str())),
+              "Analysis settings\n  Input source: vin\n  Output node: out\n"
+              "  Output reference node: $0\n");
+    EXPECT_EQ(SettingsText(*WithKeys("TF", (keys + " UseCurrentSource:int{1}").c_str())),
+              "Analysis settings\n  Input source: vin\n  Output current source: $0\n");
 }
 
 } // namespace
