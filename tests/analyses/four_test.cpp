@@ -11,14 +11,22 @@ namespace {
 using namespace test;
 using Four = Analyses::Four;
 
-TEST(FourAnalysis, DefaultCommandForOneNumericOutput) {
+TEST(FourAnalysis, CommandWrapsOnlyNumericNamesAndFollowsTheDisplayFlags) {
     Four four;
-    four.GetAnalysisNodes().SetNodesString("1");
+    four.GetAnalysisNodes().SetNodesString("out 12 n3");
     EXPECT_EQ(CommandOf(four),
               "save all; -param hrange 0 0.002; tran  -env-options 1e-05 0.002 0 1e-05 auto_ic ; "
               "set nfreqs = 10; set polydegree = 1; set fourgridsize = 256; save all; "
-              "iplot V(1) ; -param vscale lin; -param hrange 0 0 ;fourier /bar /plot 1000 V(1) ; "
-              "set nfreqs = 9; set polydegree = 1; set fourgridsize = 200; ");
+              "iplot out V(12) n3 ; -param vscale lin; -param hrange 0 0 ;fourier /bar /plot 1000 "
+              "out V(12) n3 ; set nfreqs = 9; set polydegree = 1; set fourgridsize = 200; ");
+    four.SetDisplayPhase(1);
+    four.SetNormalized(1);
+    four.SetPlot(Four::Graph);
+    four.SetVariation(ST_NONE);
+    EXPECT_NE(CommandOf(four).Find("iplot out V(12) n3 ; -param hrange 0 0 ;fourier /+phase /bar "
+                                   "/norm /plot /nochart 1000 out V(12) n3 ; "),
+              -1)
+        << CommandOf(four);
 }
 
 TEST(FourAnalysis, RunCoversTwoPeriodsEndingAtTheStopTime) {
@@ -47,23 +55,6 @@ TEST(FourAnalysis, HarmonicCountAndSamplingSetTheGrid) {
         four.SetPointsPerPeriod(row.pointsPerPeriod);
         EXPECT_EQ(four.GetGridSize(), row.grid) << row.harmonics << " " << row.pointsPerPeriod;
     }
-}
-
-TEST(FourAnalysis, NamesDisplayFlagsAndPlotChoiceShapeTheFourierStatement) {
-    Four four;
-    // Only numeric node names are wrapped.
-    four.GetAnalysisNodes().SetNodesString("out 12 n3");
-    four.SetDisplayPhase(1);
-    four.SetNormalized(1);
-    four.SetPlot(Four::Graph);
-    four.SetFundFreq(50);
-    four.SetVariation(ST_LOG);
-    EXPECT_NE(CommandOf(four).Find("iplot out V(12) n3 ; -param vscale log; -param hrange 0 0 "
-                                   ";fourier /+phase /bar /norm /plot /nochart 50 out V(12) n3 ; "),
-              -1)
-        << CommandOf(four);
-    four.SetVariation(ST_NONE);
-    EXPECT_NE(CommandOf(four).Find("iplot out V(12) n3 ; -param hrange 0 0 ;fourier "), -1);
 }
 
 TEST(FourAnalysis, ScriptLeavesOutThePlotSetupAndTheRawFile) {
