@@ -8,14 +8,16 @@ namespace {
 
 using O = AnalysisOptions;
 
-TEST(AnalysisOptions, FreshSetEnablesFourOptionsInIndexOrder) {
+TEST(AnalysisOptions, StatementsFollowIndexOrderDefaultsAndValueKind) {
     AnalysisOptions set;
     EXPECT_EQ(set.toNutmegCommand(),
               "; set trtol = 7; set itl4 = 100; set convlimit; set rshunt = 1e+12");
-    EXPECT_EQ(set.GetOption(O::tnom).GetField(), "tnom:double{300.15}");
-    EXPECT_EQ(set.GetOption(O::itl1).GetField(), "itl1:int{100}");
-    EXPECT_EQ(set.GetOption(O::method).GetField(), "method:string{trapezoidal}");
-    EXPECT_EQ(set.GetOption(O::acct).GetTypeOfValue(), CPropertyItem::Flag);
+    for (const O::Option option : {O::acct, O::gmin, O::tnom, O::itl1, O::method})
+        set.SetIsEnabledOption(option, 1);
+    set.SetOption(O::gmin, CPropertyItem("gmin", 1e-9));
+    EXPECT_EQ(set.toNutmegCommand(),
+              "; set acct; set gmin = 1e-09; set trtol = 7; set tnom = 300.15; set itl1 = 100; "
+              "set itl4 = 100; set method = \"trapezoidal\"; set convlimit; set rshunt = 1e+12");
     EXPECT_EQ(O::GetOptionDescription(O::vntol), "Voltage error tolerence");
     EXPECT_EQ(O::GetOptionDescription(O::convlimit),
               "Enable convergence assistance for code models");
@@ -23,19 +25,6 @@ TEST(AnalysisOptions, FreshSetEnablesFourOptionsInIndexOrder) {
     for (int i = 0; i < O::OptionCount; ++i)
         set.SetIsEnabledOption(static_cast<O::Option>(i), 0);
     EXPECT_EQ(set.toNutmegCommand(), "");
-}
-
-TEST(AnalysisOptions, StatementsByValueKind) {
-    AnalysisOptions set;
-    set.SetIsEnabledOption(O::method, 1);
-    set.SetIsEnabledOption(O::acct, 1);
-    set.SetIsEnabledOption(O::itl1, 1);
-    set.SetOption(O::method, CPropertyItem("method", CString("gear")));
-    set.SetOption(O::gmin, CPropertyItem("gmin", 1e-9));
-    set.SetIsEnabledOption(O::gmin, 1);
-    EXPECT_EQ(set.toNutmegCommand(), "; set acct; set gmin = 1e-09; set trtol = 7; set itl1 = 100; "
-                                     "set itl4 = 100; set method = \"gear\"; set convlimit; "
-                                     "set rshunt = 1e+12");
 }
 
 TEST(AnalysisOptions, SetOptionChecksLabelTypeAndIndex) {
