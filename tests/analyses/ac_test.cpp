@@ -13,11 +13,6 @@ using Ac = Analyses::Ac;
 constexpr int kV = Analyses::AnalysisNodes::VAxis;
 constexpr int kH = Analyses::AnalysisNodes::HAxis;
 
-/// The collection's constructor and registration are for collection builders only.
-struct OneAnalysisCollection : Analyses {
-    explicit OneAnalysisCollection(AnalysisType type, Analysis* a) { RegisterAnalysis(type, a); }
-};
-
 TEST(AcAnalysis, SetVariationMovesOnlyTheFrequencyAxisAndFrequenciesDriveItsRange) {
     Ac ac(nullptr);
     EXPECT_EQ(CommandOf(ac), "-param vscale log; -param hscale log; -param hrange 1 1e+10; "
@@ -93,28 +88,6 @@ TEST(AcAnalysis, ReadableTextNamesTheSweepThenTheAxes) {
                              "  Horizontal axis scale: lin\n  Horizontal axis range: 1 to 1e+10\n");
     CTreeLog detached("", "", nullptr);
     EXPECT_EQ(settings.freqToReadableText(detached, nullptr), nullptr);
-}
-
-TEST(AcAnalysis, MainAnalysisIsOnlyFoundThroughACollection) {
-    Ac lone(nullptr);
-    EXPECT_EQ(lone.GetAcAnalysis().GetMainAnalysis(), nullptr);
-    EXPECT_EQ(lone.LoadFromMainAnalysis(), 0);
-
-    auto main = std::make_unique<Ac>(nullptr);
-    main->SetVariation(AcAnalysis::Linear);
-    main->SetFstart(100);
-    main->SetFstop(2e3);
-    OneAnalysisCollection circuit(Analyses::AnalysisType::Ac, main.get());
-    Ac dependent(&circuit);
-    EXPECT_EQ(dependent.GetAcAnalysis().GetMainAnalysis(), &main->GetAcAnalysis());
-    EXPECT_EQ(dependent.LoadFromMainAnalysis(), 1);
-    EXPECT_EQ(CommandOf(dependent), "-param vscale log; -param hscale lin; -param hrange 100 2000; "
-                                    "ac  -env-options lin 10 100 2000 ");
-    EXPECT_EQ(dependent.GetAcAnalysis().GetMainAnalyses(), &circuit);
-
-    OneAnalysisCollection empty(Analyses::AnalysisType::Tran, nullptr);
-    Ac orphan(&empty);
-    EXPECT_EQ(orphan.LoadFromMainAnalysis(), 0);
 }
 
 TEST(AcAnalysis, LiveCountFollowsEveryConstructionAndDestruction) {

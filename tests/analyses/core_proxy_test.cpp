@@ -100,20 +100,26 @@ TEST(AnalysisProxy, SetTypeMakesEveryKindAndOnlyItsAccessorAnswers) {
 }
 
 TEST(AnalysisProxy, ConsultsTheCollectionsMainAnalyses) {
-    TestAnalyses main;
-    // A noise analysis sweeps the frequencies of the collection's AC analysis.
+    TestAnalyses main, empty;
     Analyses::Ac mainAc(&main);
     Analyses::Tran mainTran(&main);
     main.RegisterAnalysis(T::Ac, &mainAc);
     main.RegisterAnalysis(T::Tran, &mainTran);
+    mainAc.SetVariation(AcAnalysis::Linear);
     mainAc.SetNpoints_per_variation(77);
     mainTran.SetUseAutoTmax(1);
 
+    // Every kind with a sweep takes the frequencies of the collection's AC analysis.
     Analyses::Noise noise(&main);
     Proxy noiseProxy(&noise, 0);
+    EXPECT_EQ(noise.GetAcAnalysis().GetMainAnalysis(), &mainAc.GetAcAnalysis());
     EXPECT_EQ(noiseProxy.LoadFromMainAnalysis(), 1);
-    EXPECT_EQ(noise.GetNpoints_per_variation(), 77);
+    EXPECT_EQ(noise.GetAcAnalysis().GetAxisCmd() + noise.GetACArguments(),
+              "-param vscale log; -param hscale lin; -param hrange 1 1e+10; lin 77 1 1e+10 ");
     EXPECT_EQ(noiseProxy.GetUseTStep(), 0) << "only transient runs have a step";
+    // Without a collection, or without its AC analysis, there is nothing to load.
+    EXPECT_EQ(Analyses::Ac(nullptr).LoadFromMainAnalysis(), 0);
+    EXPECT_EQ(Analyses::Ac(&empty).LoadFromMainAnalysis(), 0);
 
     Analyses::Tran tran(&main);
     Proxy tranProxy(&tran, 0);
