@@ -40,12 +40,8 @@ TEST(NoiseAnalysis, ListsComponentsAndTrimsNames) {
 TEST(NoiseAnalysis, SummaryShowsCountWithoutConsultingItsFlag) {
     const std::string named = "OutputNode:string{out} InputRefSource:string{vin}";
     EXPECT_EQ(SettingsText(*WithKeys("NOISE", named.c_str()))
-                  .rfind("Analysis settings\n"
-                         "  Input reference source: vin\n"
-                         "  Output node: out\n"
-                         "  Reference node: $0\n"
-                         "  Points per summary: 1\n"
-                         "  Frequency Parameters\n",
+                  .rfind("Analysis settings\n  Input reference source: vin\n  Output node: out\n"
+                         "  Reference node: $0\n  Points per summary: 1\n  Frequency Parameters\n",
                          0),
               0u);
     EXPECT_EQ(SettingsText(*WithKeys("NOISE", (named + " PointsPerSummary:int{0}").c_str()))

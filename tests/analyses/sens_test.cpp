@@ -15,11 +15,9 @@ using Type = Analyses::AnalysisType;
 
 /// The proxy must borrow this very object's embedded analysis.
 void ExpectProxyOwnedBy(const Sens& s) {
-    const Analysis* target = s.GetSensAnalysis().GetAnalysisPtr();
-    if (s.GetSensType() == Type::Ac)
-        EXPECT_EQ(target, &s.GetAc());
-    else
-        EXPECT_EQ(target, &s.GetOp());
+    const Analysis* own =
+        s.GetSensType() == Type::Ac ? static_cast<const Analysis*>(&s.GetAc()) : &s.GetOp();
+    EXPECT_EQ(s.GetSensAnalysis().GetAnalysisPtr(), own);
 }
 
 TEST(SensAnalysis, CommandPutsAxesFirstAndSweepAfterTheOutput) {
