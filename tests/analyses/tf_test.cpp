@@ -11,11 +11,8 @@ using namespace test;
 TEST(TfAnalysis, OutputIsAVoltageUnlessANamedCurrentSourceIsUsed) {
     const char* const cases[][2] = {
         {"", "tf  -env-options v($0,$0) $0 "},
-        {"OutputNode:string{out} InputRefSource:string{vin}", "tf  -env-options v(out,$0) vin "},
         {"OutputNode:string{out} InputRefSource:string{vin} UseCurrentSource:int{1}",
          "tf  -env-options v(out,$0) vin "},
-        {"InputRefSource:string{vin} UseCurrentSource:int{1} CurrentSource:string{vsense}",
-         "tf  -env-options i(vsense) vin "},
         {"OutputNode:string{out} InputRefSource:string{vin} CurrentSource:string{vsense} "
          "OutputRefNode:string{ref}",
          "tf  -env-options v(out,ref) vin "},
