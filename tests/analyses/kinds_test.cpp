@@ -272,8 +272,6 @@ const ReaderCase kReaderCases[] = {
      "OutputNode:int{4} Unknown:string{x} UseCurrentSource:string{1} CurrentSource:string{vs} "
      "NodeFilterOutputNode:int{16}",
      0, "NodeFilterOutputNode:int{16} CurrentSource:string{vs}"},
-    // A bad embedded record fails the reading but still selects its analysis.
-    {"SENS", "OP:list{BOGUS:int{1}}", 0, ""},
     {"USER", "USER_CMD:int{3}", 1, ""},
     {"USER", "Other:int{1} USER_CMD:string{op}", 0, "USER_CMD:string{op}"},
 };

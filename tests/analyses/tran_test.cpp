@@ -22,8 +22,6 @@ TEST(TranAnalysis, StepWrittenFollowsTheMaximumStepMode) {
              "tran  -env-options 0.001 0.001 0 0.001 auto_ic auto_tstep auto_tmax "},
         {"TSTEP:double{1e-6} TMAX:double{1e-5} IC:string{dcop}",
          "-param hrange 0 0.001; tran  -env-options 1e-06 0.001 0 1e-05 "},
-        {"TSTEP:double{1e-6} TMAX:double{1e-5} TPOINTS:int{99} IC:string{uic}",
-         "-param hrange 0 0.001; tran  -env-options 1e-06 0.001 0 1e-05 uic "},
         // A calculated increment without a maximum step is a fiftieth of the span.
         {"TMAX:string{not_used} IC:string{zero_ic}",
          "-param hrange 0 0.001; tran  -env-options 2e-05 0.001 0 zero_ic "},
@@ -67,7 +65,6 @@ TEST(TranAnalysis, InstrumentModeRunsOpenEndedWithSmallSteps) {
     kept.reset_for_instrument(1);
     EXPECT_EQ(Steps(kept.GetTranAnalysis()), std::make_tuple(10.0, 0.001, 0.001));
     EXPECT_EQ(kept.GetUseAutoTmax(), 0);
-    EXPECT_EQ(kept.GetTstop(), 0.01);
 }
 
 TEST(TranAnalysis, PointCountsAndStepsStayWithinTheirBounds) {
