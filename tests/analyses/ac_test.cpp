@@ -1,4 +1,4 @@
-// AC analysis: sweep command texts, axis coupling, reader quirks, summary and main-analysis copy.
+// AC analysis: sweep command texts, axis coupling, reader quirks, summary and the live count.
 #include "analyses/single/ac.h"
 #include "tests/support/test_support.h"
 

@@ -1,4 +1,4 @@
-// Proxies and the collection's per-kind table.
+// Proxies, the lookup of the collection's main analyses, and its per-kind table.
 #include "analyses/core/analysis_proxy.h"
 #include "analyses/kinds.h"
 #include "analyses/single/ac.h"
