@@ -1,4 +1,4 @@
-// DC sweep analysis: nested-source command, full script mask, stored names, summary.
+// DC sweep analysis: full script mask, trimmed names, expanded summary groups.
 #include "analyses/single/dc_sweep.h"
 #include "analyses/single/tf.h"
 #include "tests/support/test_support.h"
@@ -8,19 +8,6 @@
 namespace {
 
 using namespace test;
-
-TEST(DcSweepAnalysis, SecondSourceIsCommandedOnlyWhenUsed) {
-    const char* const cases[][2] = {
-        {"", "dc  -env-options $0 0 1 0.5"},
-        {"Source1:string{vv1} Source2:string{vbias} Start2:double{-2}",
-         "dc  -env-options vv1 0 1 0.5"},
-        {"Source1:string{vv1} Start2:double{-2} UseSource2:int{1} Start1:double{-1.5} "
-         "Stop1:double{2500} Increment1:double{0.25}",
-         "dc  -env-options vv1 -1.5 2500 0.25 $0 -2 1 0.5"},
-    };
-    for (const auto& [keys, command] : cases)
-        EXPECT_EQ(CommandOf(*WithKeys("DC_SWEEP", keys)), command) << keys;
-}
 
 TEST(DcSweepAnalysis, ScriptKeepsThePlotSetupFlag) {
     // With the flag, a plot set-up that saves every candidate says "all"; without it, the names.
@@ -34,22 +21,15 @@ TEST(DcSweepAnalysis, ScriptKeepsThePlotSetupFlag) {
         << tf.toNutmegCommand(-1);
 }
 
-TEST(DcSweepAnalysis, SummaryHasOneExpandedGroupPerSweptSource) {
-    EXPECT_EQ(SettingsText(*WithKeys("DC_SWEEP", "Source1:string{vv1} Source2:string{vv2}"))
-                  .find("source #2"),
-              std::string::npos);
-    const auto dc =
-        WithKeys("DC_SWEEP", "Source1:string{vv1} UseSource2:int{1} Increment2:double{2e-3}");
-    EXPECT_EQ(
-        SettingsText(*dc),
-        "Analysis settings\n  DC Sweep for source #1\n    Source: vv1\n    Start Value: 0\n"
-        "    Stop Value: 1\n    Increment Value: 0.5\n  DC Sweep for source #2\n"
-        "    Source: $0\n    Start Value: 0\n    Stop Value: 1\n    Increment Value: 0.002\n");
+// The groups' texts are pinned with the kind's other rules in the kind table.
+TEST(DcSweepAnalysis, SummaryGroupsAreExpanded) {
+    const auto dc = WithKeys("DC_SWEEP", "UseSource2:int{1}");
     CTreeCtrl ctrl;
     CTreeLog log("", "", &ctrl);
     _TREEITEM* settings = dc->toReadableText(log, nullptr, Analysis::TT_SETTINGS, "");
     ASSERT_NE(settings, nullptr);
     ASSERT_EQ(settings->children.size(), 1u);
+    ASSERT_EQ(settings->children[0]->children.size(), 2u);
     for (const auto& group : settings->children[0]->children)
         EXPECT_TRUE(group->expanded) << group->text.c_str();
 }

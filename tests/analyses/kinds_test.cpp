@@ -209,6 +209,87 @@ TEST(AnalysisKinds, EveryKindKeepsItsSettingsThroughItsRecord) {
     }
 }
 
+// Each kind's own rules, from stored keys: its command and, where given, its summary.
+struct RuleCase {
+    const char* nickname;
+    const char* keys;
+    const char* command;
+    const char* summary; ///< the "Analysis settings" block below its heading, or null
+};
+
+const RuleCase kRuleCases[] = {
+    // A second source is commanded only when used.
+    {"DC_SWEEP", "", "dc  -env-options $0 0 1 0.5", nullptr},
+    {"DC_SWEEP", "Source1:string{vv1} Source2:string{vbias} Start2:double{-2}",
+     "dc  -env-options vv1 0 1 0.5",
+     "  DC Sweep for source #1\n    Source: vv1\n    Start Value: 0\n    Stop Value: 1\n"
+     "    Increment Value: 0.5\n"},
+    {"DC_SWEEP",
+     "Source1:string{vv1} Start2:double{-2} UseSource2:int{1} Start1:double{-1.5} "
+     "Stop1:double{2500} Increment1:double{0.25} Increment2:double{2e-3}",
+     "dc  -env-options vv1 -1.5 2500 0.25 $0 -2 1 0.002",
+     "  DC Sweep for source #1\n    Source: vv1\n    Start Value: -1.5\n    Stop Value: 2500\n"
+     "    Increment Value: 0.25\n  DC Sweep for source #2\n    Source: $0\n"
+     "    Start Value: -2\n    Stop Value: 1\n    Increment Value: 0.002\n"},
+    // The summary shows the count whenever there is one, without consulting its flag.
+    {"NOISE", "", "noise  -env-options v($0) $0 dec 10 1 1e+10 ", nullptr},
+    {"NOISE", "OutputNode:string{out} InputRefSource:string{vin} ReferenceNode:string{$0}",
+     "noise  -env-options v(out) vin dec 10 1 1e+10 ", nullptr},
+    {"NOISE", "OutputNode:string{out} InputRefSource:string{vin} PointsPerSummary:int{5}",
+     "noise  -env-options v(out) vin dec 10 1 1e+10 ",
+     "  Input reference source: vin\n  Output node: out\n  Reference node: $0\n"
+     "  Points per summary: 5\n  Frequency Parameters\n  Vertical axis scale: log\n"
+     "  Horizontal axis scale: log\n  Horizontal axis range: 1 to 1e+10\n"},
+    {"NOISE", "PointsPerSummary:int{0}", "noise  -env-options v($0) $0 dec 10 1 1e+10 ",
+     "  Input reference source: $0\n  Output node: $0\n  Reference node: $0\n"
+     "  Frequency Parameters\n  Vertical axis scale: log\n  Horizontal axis scale: log\n"
+     "  Horizontal axis range: 1 to 1e+10\n"},
+    // Impedance at one port measures that port against itself; values outside the
+    // enumerations act as the defaults.
+    {"PZ", "", "pz  -env-options $0 $0 $0 $0 vol pz ", nullptr},
+    {"PZ", "InputPlus:string{in} OutputPlus:string{out} PZpart:int{1}",
+     "pz  -env-options in $0 out $0 vol pol ",
+     "  Analysis Type: Gain Analysis\n  Analyses performed: Pole Analysis\n"
+     "  Input (+) node: in\n  Input (-) node: $0\n  Output (+) node: out\n"
+     "  Output (-) node: $0\n"},
+    {"PZ",
+     "InputPlus:string{in} InputMinus:string{ref} OutputPlus:string{out} "
+     "OutputMinus:string{gnd2} PZpart:int{2} AnalysisType:int{2}",
+     "pz  -env-options in ref in ref cur zer ",
+     "  Analysis Type: Input Impedance\n  Analyses performed: Zero Analysis\n"
+     "  Input (+) node: in\n  Input (-) node: ref\n"},
+    {"PZ",
+     "InputPlus:string{in} InputMinus:string{ref} OutputPlus:string{out} "
+     "OutputMinus:string{gnd2} PZpart:int{2} AnalysisType:int{3}",
+     "pz  -env-options out gnd2 out gnd2 cur zer ",
+     "  Analysis Type: Output Impedence\n  Analyses performed: Zero Analysis\n"
+     "  Output (+) node: out\n  Output (-) node: gnd2\n"},
+    {"PZ", "PZpart:int{5} AnalysisType:int{7} InputPlus:string{a} OutputPlus:string{b}",
+     "pz  -env-options a $0 b $0 vol pz ",
+     "  Analysis Type: Gain Analysis\n  Analyses performed: Pole And Zero Analysis\n"
+     "  Input (+) node: a\n  Input (-) node: $0\n  Output (+) node: b\n  Output (-) node: $0\n"},
+    // The output is a voltage unless a named current source is used.
+    {"TF", "", "tf  -env-options v($0,$0) $0 ", nullptr},
+    {"TF", "OutputNode:string{out} InputRefSource:string{vin} UseCurrentSource:int{1}",
+     "tf  -env-options v(out,$0) vin ", "  Input source: vin\n  Output current source: $0\n"},
+    {"TF",
+     "OutputNode:string{out} InputRefSource:string{vin} CurrentSource:string{vsense} "
+     "OutputRefNode:string{ref}",
+     "tf  -env-options v(out,ref) vin ",
+     "  Input source: vin\n  Output node: out\n  Output reference node: ref\n"},
+};
+
+TEST(AnalysisKinds, CommandsAndSummariesFollowEachKindsOwnRules) {
+    for (const RuleCase& c : kRuleCases) {
+        SCOPED_TRACE(std::string(c.nickname) + " " + c.keys);
+        const std::unique_ptr<Analysis> a = WithKeys(c.nickname, c.keys);
+        EXPECT_EQ(CommandOf(*a), c.command);
+        if (c.summary) {
+            EXPECT_EQ(SettingsText(*a), std::string("Analysis settings\n") + c.summary);
+        }
+    }
+}
+
 // Readers walk the whole list: a value of the wrong type is skipped, an unknown
 // label fails the record but the items after it are still applied.
 struct ReaderCase {

@@ -1,4 +1,4 @@
-// Transfer function analysis: output forms, trimming, summary.
+// Transfer function analysis: trimmed names; its output forms are rows of the kind table.
 #include "analyses/single/tf.h"
 #include "tests/support/test_support.h"
 
@@ -8,19 +8,6 @@ namespace {
 
 using namespace test;
 
-TEST(TfAnalysis, OutputIsAVoltageUnlessANamedCurrentSourceIsUsed) {
-    const char* const cases[][2] = {
-        {"", "tf  -env-options v($0,$0) $0 "},
-        {"OutputNode:string{out} InputRefSource:string{vin} UseCurrentSource:int{1}",
-         "tf  -env-options v(out,$0) vin "},
-        {"OutputNode:string{out} InputRefSource:string{vin} CurrentSource:string{vsense} "
-         "OutputRefNode:string{ref}",
-         "tf  -env-options v(out,ref) vin "},
-    };
-    for (const auto& [keys, command] : cases)
-        EXPECT_EQ(CommandOf(*WithKeys("TF", keys)), command) << keys;
-}
-
 TEST(TfAnalysis, SettersTrimNames) {
     Analyses::Tf tf;
     tf.SetInputRefSource("  vin\t");
@@ -29,15 +16,6 @@ TEST(TfAnalysis, SettersTrimNames) {
     tf.SetOutputRefNode("\tref ");
     EXPECT_EQ(ChangedKeys(tf), "InputRefSource:string{vin} CurrentSource:string{vs} "
                                "OutputNode:string{out} OutputRefNode:string{ref}");
-}
-
-TEST(TfAnalysis, SummaryShowsTheChosenOutput) {
-    const std::string keys = "InputRefSource:string{vin} OutputNode:string{out}";
-    EXPECT_EQ(SettingsText(*WithKeys("TF", keys.c_str())),
-              "Analysis settings\n  Input source: vin\n  Output node: out\n"
-              "  Output reference node: $0\n");
-    EXPECT_EQ(SettingsText(*WithKeys("TF", (keys + " UseCurrentSource:int{1}").c_str())),
-              "Analysis settings\n  Input source: vin\n  Output current source: $0\n");
 }
 
 } // namespace
