@@ -1,4 +1,4 @@
-// DC sweep analysis: full script mask, trimmed names, expanded summary groups.
+// DC sweep analysis: the full script mask and the expanded summary groups.
 #include "analyses/single/dc_sweep.h"
 #include "analyses/single/tf.h"
 #include "tests/support/test_support.h"
@@ -32,15 +32,6 @@ TEST(DcSweepAnalysis, SummaryGroupsAreExpanded) {
     ASSERT_EQ(settings->children[0]->children.size(), 2u);
     for (const auto& group : settings->children[0]->children)
         EXPECT_TRUE(group->expanded) << group->text.c_str();
-}
-
-TEST(DcSweepAnalysis, ChoosesComponentsThroughResetAndTrimsSetNames) {
-    Analyses::DcSweep dc;
-    dc.SetSource1("  vv1 ");
-    dc.SetSource2("\tvv2  ");
-    EXPECT_EQ(ChangedKeys(dc), "Source1:string{vv1} Source2:string{vv2}");
-    dc.reset();
-    EXPECT_EQ(dc.GetAnalysisNodes().GetMode(), Analyses::AnalysisNodes::Components);
 }
 
 } // namespace

@@ -1,5 +1,8 @@
 // The kind table and what every kind shares: identity, copies, and settings kept through a record.
 #include "analyses/core/analysis_factory.h"
+#include "analyses/single/dc_sweep.h"
+#include "analyses/single/noise.h"
+#include "analyses/single/tf.h"
 #include "tests/support/test_support.h"
 
 #include <gtest/gtest.h>
@@ -287,6 +290,33 @@ TEST(AnalysisKinds, CommandsAndSummariesFollowEachKindsOwnRules) {
         if (c.summary) {
             EXPECT_EQ(SettingsText(*a), std::string("Analysis settings\n") + c.summary);
         }
+    }
+}
+
+// Kinds that choose sources and nodes list components through reset and copy, and their
+// setters trim names; without summaries per point the noise is integrated.
+TEST(AnalysisKinds, SourceAndNodeChoosersListComponentsAndTrimNames) {
+    Analyses::DcSweep dc;
+    dc.SetSource1("  vv1 ");
+    dc.SetSource2("\tvv2  ");
+    Analyses::Noise noise;
+    noise.SetOutputNode("  out ");
+    noise.SetReferenceNode("\tref");
+    noise.SetInputNoiseRefSource("vin  ");
+    Analyses::Tf tf;
+    tf.SetInputRefSource("  vin\t");
+    tf.SetCurrentSource(" vs ");
+    tf.SetOutputNode(" out ");
+    tf.SetOutputRefNode("\tref ");
+    EXPECT_EQ(ChangedKeys(dc) + " | " + ChangedKeys(noise) + " | " + ChangedKeys(tf),
+              "Source1:string{vv1} Source2:string{vv2} | InputRefSource:string{vin} "
+              "OutputNode:string{out} ReferenceNode:string{ref} | InputRefSource:string{vin} "
+              "CurrentSource:string{vs} OutputNode:string{out} OutputRefNode:string{ref}");
+    EXPECT_EQ(noise.GetOutputVariableClass(), OVC_NOISE_CKTnames_int);
+    for (Analysis* a : std::initializer_list<Analysis*>{&dc, &noise}) {
+        a->reset();
+        EXPECT_EQ(std::unique_ptr<Analysis>(a->Clone())->GetAnalysisNodes().GetMode(),
+                  Analyses::AnalysisNodes::Components);
     }
 }
 
