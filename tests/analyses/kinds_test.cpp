@@ -234,6 +234,17 @@ const RuleCase kRuleCases[] = {
      "  DC Sweep for source #1\n    Source: vv1\n    Start Value: -1.5\n    Stop Value: 2500\n"
      "    Increment Value: 0.25\n  DC Sweep for source #2\n    Source: $0\n"
      "    Start Value: -2\n    Stop Value: 1\n    Increment Value: 0.002\n"},
+    // The ratio of the second tone is commanded and shown only when in use.
+    {"DISTO", "USE_F1OVERF2:int{1}",
+     "-param vscale log; -param hscale log; -param hrange 1 1e+10; "
+     "disto  -env-options dec 10 1 1e+10  0.1",
+     "  F2/F1: 0.1\n  Frequency Parameters\n  Vertical axis scale: log\n"
+     "  Horizontal axis scale: log\n  Horizontal axis range: 1 to 1e+10\n"},
+    {"DISTO", "F1OVERF2:double{0.25}",
+     "-param vscale log; -param hscale log; -param hrange 1 1e+10; "
+     "disto  -env-options dec 10 1 1e+10 ",
+     "  Frequency Parameters\n  Vertical axis scale: log\n  Horizontal axis scale: log\n"
+     "  Horizontal axis range: 1 to 1e+10\n"},
     // The summary shows the count whenever there is one, without consulting its flag.
     {"NOISE", "", "noise  -env-options v($0) $0 dec 10 1 1e+10 ", nullptr},
     {"NOISE", "OutputNode:string{out} InputRefSource:string{vin} ReferenceNode:string{$0}",
@@ -364,6 +375,8 @@ const ReaderCase kReaderCases[] = {
      "FREQ_OPT:list{VARIATION:string{dec} NPOINTS_PER_VARIATION:double{10} FSTART:double{1} "
      "FSTOP:double{1000} vscale:int{1} hscale:int{1} hrange:double{1} hrange:double{1000}} "
      "USE_F1OVERF2:int{1}"},
+    // The keys say F1 over F2; an unused ratio is still stored.
+    {"DISTO", "F1OVERF2:double{0.25}", 1, "F1OVERF2:double{0.25}"},
     // A nested sweep that does not read fails the record.
     {"DISTO", "FREQ_OPT:list{Bogus:int{1}}", 0, ""},
     {"DC_SWEEP", "Start1:int{3} UseSource2:double{1} Source1:int{4} NodeFilterSource1:string{2}", 1,
