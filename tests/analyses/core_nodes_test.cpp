@@ -14,43 +14,31 @@ CPropertyItem NodesRecord(const char* fields) {
     return CPropertyItem("NODES", CPropertyList(fields));
 }
 
-TEST(AnalysisNodes, PlotSetUpWithAndWithoutIncrementalPlot) {
+TEST(AnalysisNodes, PlotSetUpWithAndWithoutIncrementalPlotAndAxesInPositionOrder) {
     Analyses::Op op;
     Nodes& nodes = op.GetAnalysisNodes();
     nodes.GetNodes().AddName("v(a)", 0, 256 | 512);
     nodes.GetNodes().AddName("i(v1)", 0, 256);
     nodes.SetAxis(Nodes::HAxis, ST_DEC);
+    nodes.SetAxis(Nodes::VAxis, ST_LOG);
+    nodes.SetAxis(Nodes::HAxis2, ST_OCT);
+    nodes.GetAxes().GetRange(Nodes::VAxis) = CMinMax(1e-3, 1e6);
     nodes.GetAxes().GetRange(Nodes::VAxis2) = CMinMax(0.5, 2);
-    EXPECT_EQ(nodes.GetSetupIPlot(0), "checknodes 1; save v(a) i(v1); iplot v(a); "
-                                      "-param vrange2 0.5 2; -param hscale dec; ");
-    EXPECT_EQ(nodes.GetSetupIPlot(1), "checknodes 1; save all; iplot v(a); "
-                                      "-param vrange2 0.5 2; -param hscale dec; ");
-
+    const CString axes = "-param vscale log; -param vrange 0.001 1e+06; -param hscale2 oct; "
+                         "-param vrange2 0.5 2; -param hscale dec; ";
+    EXPECT_EQ(nodes.GetSetupIPlot(0), "checknodes 1; save v(a) i(v1); iplot v(a); " + axes);
+    EXPECT_EQ(nodes.GetSetupIPlot(1), "checknodes 1; save all; iplot v(a); " + axes);
     nodes.SetIncrPlot(0);
     EXPECT_EQ(nodes.GetSetupIPlot(0), "checknodes 1; save v(a) i(v1)");
     nodes.SetWantCheckNodes(0);
     EXPECT_EQ(nodes.GetSetupIPlot(0), "save v(a) i(v1)");
-
     // Without an owning analysis there is no node type to check.
-    Nodes loose;
-    EXPECT_EQ(loose.GetSetupIPlot(0), "save ; iplot ; ");
+    EXPECT_EQ(Nodes().GetSetupIPlot(0), "save ; iplot ; ");
+    EXPECT_EQ(ScaleTypeText(ST_NONE) + CString(ScaleTypeText(-3)), "");
 
     EXPECT_EQ(nodes.GetSetupPostProcessing(), "; show all; showmod all; ");
     nodes.SetShowDevAtEnd(0);
     EXPECT_EQ(nodes.GetSetupPostProcessing(), "");
-}
-
-TEST(AnalysisNodes, AxisCommandsPerPosition) {
-    Nodes nodes;
-    EXPECT_EQ(nodes.GetAxisCmd(Nodes::VAxis), "");
-    nodes.SetAxis(Nodes::VAxis, ST_LOG);
-    nodes.SetAxis(Nodes::HAxis2, ST_OCT);
-    nodes.GetAxes().GetRange(Nodes::VAxis) = CMinMax(1e-3, 1e6);
-    EXPECT_EQ(nodes.GetAxisCmd(Nodes::VAxis), "-param vscale log; -param vrange 0.001 1e+06; ");
-    EXPECT_EQ(nodes.GetAxisCmd(Nodes::HAxis2), "-param hscale2 oct; ");
-    EXPECT_EQ(ScaleTypeText(ST_LIN), CString("lin"));
-    EXPECT_EQ(ScaleTypeText(ST_NONE), CString(""));
-    EXPECT_EQ(ScaleTypeText(-3), CString(""));
 }
 
 TEST(AnalysisNodes, RecordAndAssignmentCarryTheSettingsAndOneRangeValueGivesBothEnds) {
@@ -62,19 +50,14 @@ TEST(AnalysisNodes, RecordAndAssignmentCarryTheSettingsAndOneRangeValueGivesBoth
     nodes.GetAxes().GetRange(Nodes::HAxis) = CMinMax(-2, 3);
     nodes.SetShowDevAtEnd(0);
     const CString text = nodes.toPropertyItem().GetField();
-    EXPECT_EQ(text.Find("NODES:list{IncrPlot:int{1} NodeFilterSelected:int{1} "
-                        "NodeFilterUnselected:int{0} ShowAtEnd:int{0} Mode:int{0} UserNodes:"),
-              0)
-        << text.c_str();
-    EXPECT_NE(text.Find("vscale:int{0} WantCheckNodes:int{1} hrange:double{-2} "
-                        "hrange:double{3}}"),
-              -1)
-        << text.c_str();
-
+    EXPECT_EQ(
+        text,
+        "NODES:list{IncrPlot:int{1} NodeFilterSelected:int{1} NodeFilterUnselected:int{0} "
+        "ShowAtEnd:int{0} Mode:int{0} UserNodes:list{} Nodes:list{NODE:list{Name:string{v(a)} "
+        "Kind:int{1} Flags:int{256}}} vscale:int{0} WantCheckNodes:int{1} "
+        "hrange:double{-2} hrange:double{3}}");
     Analyses::Op other;
-    CPropertyItem item;
-    CPropertyList(text).GetNth(0, item);
-    ASSERT_EQ(other.GetAnalysisNodes().fromPropertyItem(item), 1);
+    ASSERT_EQ(other.GetAnalysisNodes().fromPropertyItem(test::ParseItem(text)), 1);
     EXPECT_EQ(other.GetAnalysisNodes().toPropertyItem().GetField(), text);
     // Assigning a set takes its settings but not its binding to an analysis.
     Analyses::Op third;
@@ -87,22 +70,18 @@ TEST(AnalysisNodes, RecordAndAssignmentCarryTheSettingsAndOneRangeValueGivesBoth
     EXPECT_EQ(single.GetAxisCmd(Nodes::VAxis), "-param vrange 5 5; ");
 }
 
-TEST(AnalysisNodes, ReaderSkipsWrongTypesAndReportsUnknownFields) {
+TEST(AnalysisNodes, ReaderResetsFirstSkipsWrongTypesAndReportsUnknownFields) {
     Nodes nodes;
     nodes.SetMode(Nodes::Nodes);
-    EXPECT_EQ(nodes.fromPropertyItem(NodesRecord("Mode:string{1} IncrPlot:int{0}")), 1);
-    EXPECT_EQ(nodes.GetMode(), Nodes::Nodes);
-    EXPECT_EQ(nodes.GetIncrPlot(), 0);
-
-    EXPECT_EQ(nodes.fromPropertyItem(NodesRecord("Bogus:int{1} hscale:string{log} "
+    nodes.SetIncrPlot(0);
+    EXPECT_EQ(nodes.fromPropertyItem(NodesRecord("Bogus:int{1} hscale:string{log} Mode:string{1} "
                                                  "ShowAtEnd:int{0} vscale2:int{1}")),
               0);
-    EXPECT_EQ(nodes.GetShowDevAtEnd(), 0);
-    EXPECT_EQ(nodes.GetAxis(Nodes::VAxis2), ST_LOG);
-    EXPECT_EQ(nodes.GetAxis(Nodes::HAxis), ST_NONE);
-    // A reset came first: the earlier IncrPlot is back at its default.
-    EXPECT_EQ(nodes.GetIncrPlot(), 1);
-
+    // The mode is a preference that the reset keeps.
+    EXPECT_EQ(nodes.toPropertyItem().GetField(),
+              "NODES:list{IncrPlot:int{1} NodeFilterSelected:int{0} NodeFilterUnselected:int{0} "
+              "ShowAtEnd:int{0} Mode:int{2} UserNodes:list{} Nodes:list{} vscale2:int{1} "
+              "WantCheckNodes:int{1}}");
     EXPECT_EQ(nodes.fromPropertyItem(CPropertyItem("NODES", 1L)), 0);
     EXPECT_EQ(nodes.fromPropertyItem(CPropertyItem("Nodes", CPropertyList())), 0);
 }
@@ -111,48 +90,37 @@ TEST(AnalysisNodes, ReadableWordingFollowsMode) {
     Nodes nodes;
     nodes.GetNodes().AddName("a", 0, 256);
     nodes.GetNodes().AddName("b", 0, 256 | 512);
-    EXPECT_EQ(ReadableOf(nodes), "Perform consistency check\n"
-                                 "Variables from analysis\n"
+    EXPECT_EQ(ReadableOf(nodes), "Perform consistency check\nVariables from analysis\n"
                                  "  Show device values at the end of the simulation\n"
-                                 "  Saved variables from analysis\n"
-                                 "    a\n"
-                                 "    b\n"
-                                 "  Plot saved variables incrementally\n"
-                                 "    b\n");
+                                 "  Saved variables from analysis\n    a\n    b\n"
+                                 "  Plot saved variables incrementally\n    b\n");
     nodes.SetMode(Nodes::Components);
     nodes.SetIncrPlot(0);
     nodes.SetWantCheckNodes(0);
     nodes.SetShowDevAtEnd(0);
     nodes.SetAxis(Nodes::VAxis, ST_LOG);
     nodes.GetAxes().GetRange(Nodes::HAxis) = CMinMax(1, 10);
-    EXPECT_EQ(ReadableOf(nodes), "Components from analysis\n"
-                                 "  Vertical axis scale: log\n"
-                                 "  Horizontal axis range: 1 to 10\n"
-                                 "  Saved components from analysis\n"
-                                 "    a\n"
-                                 "    b\n"
-                                 "  Saved components from analysis for later processing\n"
-                                 "    b\n");
+    const std::string axes = "  Vertical axis scale: log\n  Horizontal axis range: 1 to 10\n";
+    EXPECT_EQ(ReadableOf(nodes), "Components from analysis\n" + axes +
+                                     "  Saved components from analysis\n    a\n    b\n"
+                                     "  Saved components from analysis for later processing\n"
+                                     "    b\n");
     nodes.SetMode(Nodes::Nodes);
     nodes.GetNodes()[0].SetFlags(0);
-    EXPECT_EQ(ReadableOf(nodes), "Nodes from analysis\n"
-                                 "  Vertical axis scale: log\n"
-                                 "  Horizontal axis range: 1 to 10\n"
-                                 "  Saved nodes from analysis for later processing\n"
-                                 "    b\n");
+    EXPECT_EQ(ReadableOf(nodes), "Nodes from analysis\n" + axes +
+                                     "  Saved nodes from analysis for later processing\n    b\n");
 }
 
 TEST(AnalysisNodes, SelectionQueriesAndNodeString) {
     Nodes nodes;
     EXPECT_EQ(nodes.GetSelected(), 0);
-    nodes.SetNodesString("  v(1)  v(2) ");
-    ASSERT_EQ(nodes.GetNodes().GetCount(), 2u);
-    EXPECT_EQ(nodes.GetSelected(), 1);
-    EXPECT_EQ(nodes.GetIPlot(), 1);
-    EXPECT_EQ(nodes.GetSelectedNotIPlot(), 0);
+    nodes.SetNodesString("  v(1) \t v(2) ");
     nodes.GetNodes()[1].SetFlags(256);
-    EXPECT_EQ(nodes.GetSelectedNotIPlot(), 1);
+    EXPECT_EQ(nodes.GetNodesString(256, 0), "v(1) v(2)");
     EXPECT_EQ(nodes.GetNodesString(512, 0), "v(1)");
+    EXPECT_EQ(nodes.GetSelected() + nodes.GetIPlot() + nodes.GetSelectedNotIPlot(), 3);
+    nodes.GetNodes()[1].SetFlags(768);
+    EXPECT_EQ(nodes.GetSelectedNotIPlot(), 0);
 
     CSpiceNodeNameList saved;
     nodes.GetNodes().AddName("x", 0, 512);

@@ -8,14 +8,16 @@ namespace {
 
 using O = AnalysisOptions;
 
-TEST(AnalysisOptions, FreshSetEnablesFourOptionsInIndexOrder) {
+TEST(AnalysisOptions, StatementsFollowIndexOrderDefaultsAndValueKind) {
     AnalysisOptions set;
     EXPECT_EQ(set.toNutmegCommand(),
               "; set trtol = 7; set itl4 = 100; set convlimit; set rshunt = 1e+12");
-    EXPECT_EQ(set.GetOption(O::tnom).GetField(), "tnom:double{300.15}");
-    EXPECT_EQ(set.GetOption(O::itl1).GetField(), "itl1:int{100}");
-    EXPECT_EQ(set.GetOption(O::method).GetField(), "method:string{trapezoidal}");
-    EXPECT_EQ(set.GetOption(O::acct).GetTypeOfValue(), CPropertyItem::Flag);
+    for (const O::Option option : {O::acct, O::gmin, O::tnom, O::itl1, O::method})
+        set.SetIsEnabledOption(option, 1);
+    set.SetOption(O::gmin, CPropertyItem("gmin", 1e-9));
+    EXPECT_EQ(set.toNutmegCommand(),
+              "; set acct; set gmin = 1e-09; set trtol = 7; set tnom = 300.15; set itl1 = 100; "
+              "set itl4 = 100; set method = \"trapezoidal\"; set convlimit; set rshunt = 1e+12");
     EXPECT_EQ(O::GetOptionDescription(O::vntol), "Voltage error tolerence");
     EXPECT_EQ(O::GetOptionDescription(O::convlimit),
               "Enable convergence assistance for code models");
@@ -23,19 +25,6 @@ TEST(AnalysisOptions, FreshSetEnablesFourOptionsInIndexOrder) {
     for (int i = 0; i < O::OptionCount; ++i)
         set.SetIsEnabledOption(static_cast<O::Option>(i), 0);
     EXPECT_EQ(set.toNutmegCommand(), "");
-}
-
-TEST(AnalysisOptions, StatementsByValueKind) {
-    AnalysisOptions set;
-    set.SetIsEnabledOption(O::method, 1);
-    set.SetIsEnabledOption(O::acct, 1);
-    set.SetIsEnabledOption(O::itl1, 1);
-    set.SetOption(O::method, CPropertyItem("method", CString("gear")));
-    set.SetOption(O::gmin, CPropertyItem("gmin", 1e-9));
-    set.SetIsEnabledOption(O::gmin, 1);
-    EXPECT_EQ(set.toNutmegCommand(), "; set acct; set gmin = 1e-09; set trtol = 7; set itl1 = 100; "
-                                     "set itl4 = 100; set method = \"gear\"; set convlimit; "
-                                     "set rshunt = 1e+12");
 }
 
 TEST(AnalysisOptions, SetOptionChecksLabelTypeAndIndex) {
@@ -66,11 +55,7 @@ TEST(AnalysisOptions, StoredFormsAndReading) {
     CPropertyItem last;
     ASSERT_TRUE(set.toPropertyList().GetNth(37, last));
     EXPECT_EQ(last.GetField(), "37:list{IsEnabled:int{1} rshunt:double{1e+12}}");
-    EXPECT_EQ(set.toPropertyListForChg().GetList(),
-              "5:list{IsEnabled:int{1} trtol:double{7}} 12:list{IsEnabled:int{1} itl4:int{100}} "
-              "33:list{IsEnabled:int{1} convlimit:flag{}} "
-              "37:list{IsEnabled:int{1} rshunt:double{1e+12}}");
-
+    // The short form, of enabled options only, is pinned in the stored records of the kind table.
     set.SetIsEnabledOption(O::temp, 1);
     set.SetOption(O::temp, CPropertyItem("temp", 310.0));
     set.SetIsEnabledOption(O::method, 1);
@@ -88,18 +73,14 @@ TEST(AnalysisOptions, StoredFormsAndReading) {
 
 TEST(AnalysisOptions, ReaderSkipsWhatItCannotApply) {
     AnalysisOptions set;
-    // No "IsEnabled": the option keeps its reset state. A value of the wrong
-    // type is refused. Later records are still applied.
-    const CPropertyList stored("1:list{gmin:double{1e-09}} "
-                               "2:list{IsEnabled:int{1} reltol:int{3}} "
-                               "9:list{IsEnabled:int{1} tnom:double{290}}");
-    EXPECT_EQ(set.fromPropertyList(stored), 0);
-    EXPECT_EQ(set.GetIsEnabledOption(O::gmin), 0);
-    EXPECT_EQ(set.GetOption(O::gmin).GetField(), "gmin:double{1e-12}");
-    EXPECT_EQ(set.GetOption(O::reltol).GetField(), "reltol:double{0.001}");
-    EXPECT_EQ(set.GetIsEnabledOption(O::reltol), 1); // the flag is applied, the value is not
-    EXPECT_EQ(set.GetIsEnabledOption(O::tnom), 1);
-    EXPECT_EQ(set.GetOption(O::tnom).GetField(), "tnom:double{290}");
+    // No "IsEnabled": the option keeps its reset state. A value of the wrong type is refused
+    // while its flag is applied. Later records are still applied.
+    EXPECT_EQ(set.fromPropertyList(CPropertyList("1:list{gmin:double{1e-09}} "
+                                                 "2:list{IsEnabled:int{1} reltol:int{3}} "
+                                                 "9:list{IsEnabled:int{1} tnom:double{290}}")),
+              0);
+    EXPECT_EQ(set.toNutmegCommand(), "; set reltol = 0.001; set trtol = 7; set tnom = 290; "
+                                     "set itl4 = 100; set convlimit; set rshunt = 1e+12");
 }
 
 } // namespace

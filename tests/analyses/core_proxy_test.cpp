@@ -1,26 +1,13 @@
-// Proxies and the collection's per-kind table.
-#include "analyses/compound/noise_figure.h"
-#include "analyses/compound/psweep.h"
-#include "analyses/compound/trace_width.h"
-#include "analyses/compound/wcmc_analysis.h"
+// Proxies, the lookup of the collection's main analyses, and its per-kind table.
 #include "analyses/core/analysis_proxy.h"
 #include "analyses/kinds.h"
 #include "analyses/single/ac.h"
-#include "analyses/single/dc_sweep.h"
-#include "analyses/single/disto.h"
-#include "analyses/single/four.h"
 #include "analyses/single/noise.h"
 #include "analyses/single/op.h"
-#include "analyses/single/pz.h"
-#include "analyses/single/run.h"
-#include "analyses/single/sens.h"
-#include "analyses/single/tf.h"
 #include "analyses/single/tran.h"
-#include "analyses/single/user.h"
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <utility>
 
 namespace {
@@ -33,32 +20,22 @@ public:
     using Analyses::RegisterAnalysis;
 };
 
-TEST(AnalysisProxy, OwningProxyKeepsItsOwnCopy) {
+TEST(AnalysisProxy, OwningProxiesCopyBorrowingOnesShare) {
     Analyses::Op op;
     op.SetPlotTitle("Original");
     Proxy owning(&op, 1);
-    ASSERT_NE(owning.GetAnalysisPtr(), nullptr);
     EXPECT_NE(owning.GetAnalysisPtr(), &op);
-    EXPECT_EQ(owning.GetOwnerFlag(), 1);
     EXPECT_EQ(owning.GetTstep(), 0.0);
-    EXPECT_EQ(owning.GetPlotTitle(), "Original");
-
     Proxy copy(owning);
-    EXPECT_NE(copy.GetAnalysisPtr(), owning.GetAnalysisPtr());
     copy.SetPlotTitle("Copy");
-    EXPECT_EQ(owning.GetPlotTitle(), "Original");
-
     // Handing the proxy its own analysis again must not delete it.
     owning.SetAnalysisProxy(owning.GetAnalysisPtr(), 1);
     EXPECT_EQ(owning.GetPlotTitle(), "Original");
 
     Proxy borrowing(&op, 0);
-    EXPECT_EQ(borrowing.GetAnalysisPtr(), &op);
     borrowing.SetPlotTitle("Through proxy");
     EXPECT_EQ(op.GetPlotTitle(), "Through proxy");
-    Proxy borrowedCopy(borrowing);
-    EXPECT_EQ(borrowedCopy.GetAnalysisPtr(), &op);
-
+    EXPECT_EQ(Proxy(borrowing).GetAnalysisPtr(), &op);
     owning = borrowing;
     EXPECT_EQ(owning.GetAnalysisPtr(), &op);
     EXPECT_EQ(owning.GetOwnerFlag(), 0);
@@ -72,9 +49,7 @@ TEST(AnalysisProxy, EmptyProxyIsHarmless) {
     empty.reset();
     empty.reset_for_instrument(1);
     EXPECT_EQ(empty.toNutmegCommand(-1), "");
-    EXPECT_EQ(empty.SameAsDefault(), 0);
-    EXPECT_EQ(empty.CanSimulate(), 0);
-    EXPECT_EQ(empty.GetOpPtr(), nullptr);
+    EXPECT_EQ(empty.SameAsDefault() + empty.CanSimulate(), 0);
     EXPECT_TRUE(empty.toPropertyItem().IsEmpty());
     EXPECT_EQ(Proxy(nullptr, 1).GetAnalysisPtr(), nullptr);
 }
@@ -82,8 +57,9 @@ TEST(AnalysisProxy, EmptyProxyIsHarmless) {
 // Every typed accessor, by the kind it answers for.
 // clang-format off
 #define ACCESSOR(kind, getter) \
-    {T::kind, [](const Proxy& p) -> const Analyses::Analysis* { return p.getter(); }}
-const std::pair<T, const Analyses::Analysis* (*)(const Proxy&)> kAccessors[] = {
+    {T::kind, [](const Proxy& p) -> const void* { return p.getter(); }}
+// Addresses only: each class has the analysis base first, and most need not be complete here.
+const std::pair<T, const void* (*)(const Proxy&)> kAccessors[] = {
     ACCESSOR(Op, GetOpPtr),         ACCESSOR(Ac, GetAcPtr),       ACCESSOR(Tran, GetTranPtr),
     ACCESSOR(Four, GetFourPtr),     ACCESSOR(Noise, GetNoisePtr), ACCESSOR(Disto, GetDistoPtr),
     ACCESSOR(DcSweep, GetDcSweepPtr), ACCESSOR(Psweep, GetPsweepPtr),
@@ -107,7 +83,8 @@ TEST(AnalysisProxy, SetTypeMakesEveryKindAndOnlyItsAccessorAnswers) {
         EXPECT_EQ(proxy.GetMainAnalyses(), &main);
         EXPECT_EQ(proxy.GetChange(), 0) << "a new analysis is unedited";
         for (const auto& [other, accessor] : kAccessors)
-            EXPECT_EQ(accessor(proxy), other == kind ? proxy.GetAnalysisPtr() : nullptr)
+            EXPECT_EQ(accessor(proxy),
+                      other == kind ? static_cast<const void*>(proxy.GetAnalysisPtr()) : nullptr)
                 << AnalysisNickname(other);
         // Its record makes the same kind again; an edit mark travels with copies.
         Proxy read;
@@ -118,27 +95,31 @@ TEST(AnalysisProxy, SetTypeMakesEveryKindAndOnlyItsAccessorAnswers) {
         for (const int invalid : {15, 19})
             proxy.SetType(static_cast<T>(invalid), &main);
         EXPECT_EQ(proxy.GetType(), kind);
-        proxy.SetAnalysisIdentifier(3);
-        EXPECT_EQ(proxy.GetPlotTitle(), proxy.GetAnalysisReadableName());
         EXPECT_EQ(&proxy.GetAnalysisOptions(), &proxy.GetAnalysisPtr()->GetAnalysisOptions(1));
     }
 }
 
 TEST(AnalysisProxy, ConsultsTheCollectionsMainAnalyses) {
-    TestAnalyses main;
-    // A noise analysis sweeps the frequencies of the collection's AC analysis.
+    TestAnalyses main, empty;
     Analyses::Ac mainAc(&main);
     Analyses::Tran mainTran(&main);
     main.RegisterAnalysis(T::Ac, &mainAc);
     main.RegisterAnalysis(T::Tran, &mainTran);
+    mainAc.SetVariation(AcAnalysis::Linear);
     mainAc.SetNpoints_per_variation(77);
     mainTran.SetUseAutoTmax(1);
 
+    // Every kind with a sweep takes the frequencies of the collection's AC analysis.
     Analyses::Noise noise(&main);
     Proxy noiseProxy(&noise, 0);
+    EXPECT_EQ(noise.GetAcAnalysis().GetMainAnalysis(), &mainAc.GetAcAnalysis());
     EXPECT_EQ(noiseProxy.LoadFromMainAnalysis(), 1);
-    EXPECT_EQ(noise.GetNpoints_per_variation(), 77);
-    EXPECT_EQ(noiseProxy.GetUseTStep(), 0);
+    EXPECT_EQ(noise.GetAcAnalysis().GetAxisCmd() + noise.GetACArguments(),
+              "-param vscale log; -param hscale lin; -param hrange 1 1e+10; lin 77 1 1e+10 ");
+    EXPECT_EQ(noiseProxy.GetUseTStep(), 0) << "only transient runs have a step";
+    // Without a collection, or without its AC analysis, there is nothing to load.
+    EXPECT_EQ(Analyses::Ac(nullptr).LoadFromMainAnalysis(), 0);
+    EXPECT_EQ(Analyses::Ac(&empty).LoadFromMainAnalysis(), 0);
 
     Analyses::Tran tran(&main);
     Proxy tranProxy(&tran, 0);
@@ -147,22 +128,17 @@ TEST(AnalysisProxy, ConsultsTheCollectionsMainAnalyses) {
     EXPECT_EQ(tran.GetUseAutoTmax(), 1);
     mainTran.SetUseAutoTmax(0);
     EXPECT_EQ(tranProxy.GetUseTStep(), 0);
-
-    Analyses::Op op(&main);
-    EXPECT_EQ(Proxy(&op, 0).LoadFromMainAnalysis(), 0);
     Analyses::Tran loose;
     EXPECT_EQ(Proxy(&loose, 0).GetUseTStep(), 0);
 }
 
-TEST(AnalysisProxy, ReadsByNickname) {
+TEST(AnalysisProxy, ReadsByNicknameOnlyForACollection) {
     TestAnalyses main;
     Analyses::Op op;
     op.SetPlotTitle("Stored");
     const CPropertyItem item = op.toPropertyItem();
-
     Proxy proxy;
     EXPECT_EQ(proxy.fromPropertyItem(item, nullptr), 0);
-    EXPECT_TRUE(proxy.IsEmpty());
     EXPECT_EQ(proxy.fromPropertyItem(CPropertyItem("OP", 1L), &main), 0);
     EXPECT_EQ(proxy.fromPropertyItem(CPropertyItem("NOPE", CPropertyList()), &main), 0);
     EXPECT_EQ(proxy.fromPropertyItem(CPropertyItem("ORVO_OPT", CPropertyList()), &main), 0);
@@ -170,11 +146,8 @@ TEST(AnalysisProxy, ReadsByNickname) {
 
     ASSERT_EQ(proxy.fromPropertyItem(item, &main), 1);
     ASSERT_NE(proxy.GetOpPtr(), nullptr);
-    EXPECT_EQ(proxy.GetPlotTitle(), "Stored");
     EXPECT_EQ(proxy.GetMainAnalyses(), &main);
     EXPECT_EQ(proxy.toPropertyItem().GetField(), item.GetField());
-    EXPECT_EQ(proxy.toNutmegCommand(1), "op  -env-options ");
-    EXPECT_EQ(proxy.SameAsDefault(), 1);
 }
 
 TEST(AnalysesTable, HoldsOneAnalysisPerKind) {
@@ -183,11 +156,9 @@ TEST(AnalysesTable, HoldsOneAnalysisPerKind) {
     EXPECT_EQ(main.GetAnalysis(T::Op), nullptr);
     main.RegisterAnalysis(T::Op, &op);
     main.RegisterAnalysis(T::Options, &op);
-    EXPECT_EQ(main.GetAnalysis(T::Op), &op);
     EXPECT_EQ(std::as_const(main).GetAnalysis(T::Op), &op);
-    EXPECT_EQ(main.GetAnalysis(T::Options), nullptr);
-    EXPECT_EQ(main.GetAnalysis(static_cast<T>(19)), nullptr);
-    EXPECT_EQ(main.GetAnalysis(static_cast<T>(-1)), nullptr);
+    for (const T kind : {T::Options, static_cast<T>(19), static_cast<T>(-1)})
+        EXPECT_EQ(main.GetAnalysis(kind), nullptr);
     EXPECT_EQ(Analyses::Conv(&main), &main);
     EXPECT_EQ(Analyses::Conv(&op), nullptr);
     EXPECT_EQ(Analyses::Conv(nullptr), nullptr);

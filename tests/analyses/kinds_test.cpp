@@ -1,16 +1,8 @@
 // The kind table and what every kind shares: identity, copies, and settings kept through a record.
 #include "analyses/core/analysis_factory.h"
 #include "analyses/single/dc_sweep.h"
-#include "analyses/single/disto.h"
-#include "analyses/single/four.h"
 #include "analyses/single/noise.h"
-#include "analyses/single/op.h"
-#include "analyses/single/pz.h"
-#include "analyses/single/run.h"
-#include "analyses/single/sens.h"
 #include "analyses/single/tf.h"
-#include "analyses/single/user.h"
-#include "platform/resources.h"
 #include "tests/support/test_support.h"
 
 #include <gtest/gtest.h>
@@ -126,44 +118,32 @@ CString RecordText(const KindCase& c) {
 }
 
 TEST(AnalysisKinds, TableListsEveryKindInTypeOrder) {
+    std::string nicknames;
+    for (const CString& nickname : Analyses::AnalysisNicknames())
+        nicknames += nickname.str() + " ";
+    EXPECT_EQ(nicknames, "OP AC TRAN FOUR NOISE DISTO DC_SWEEP PSWEEP TSWEEP PZ TF SENS WORST "
+                         "MONTE USER ORVO_OPT RUN TRACEWIDTH NOISE_FIGURE ");
     const auto kinds = AnalysisKinds();
     ASSERT_EQ(kinds.size(), 19u);
-    for (size_t i = 0; i < kinds.size(); ++i)
-        EXPECT_EQ(static_cast<size_t>(kinds[i].type), i);
-    EXPECT_STREQ(kinds[15].nickname, "ORVO_OPT");
-    EXPECT_STREQ(kinds[18].nickname, "NOISE_FIGURE");
     EXPECT_EQ(AnalysisKindNames().size(), 19u);
-    EXPECT_EQ(Analyses::AnalysisNicknames().size(), 19u);
-
-    const char* const names[] = {"DC operating point",
-                                 "AC Analysis",
-                                 "Transient Analysis",
-                                 "Fourier Analysis",
-                                 "Noise Analysis",
-                                 "Distortion Analysis",
-                                 "DC Sweep",
-                                 "Parameter Sweep",
-                                 "Temperature Sweep",
-                                 "Pole Zero",
-                                 "Transfer Function",
-                                 "Sensitivity",
-                                 "Worst Case",
-                                 "Monte Carlo",
-                                 "User Defined Analysis",
-                                 "(N/A) Analysis Options",
-                                 "Run Circuit Directly",
-                                 "Trace Width Analysis",
-                                 "Noise Figure Analysis"};
-    for (int type = 0; type < 19; ++type)
-        EXPECT_EQ(Analysis::s_GetDefaultReadableName(type), names[type]) << type;
-    EXPECT_EQ(Analysis::s_GetDefaultReadableName(19), "---------------------------");
-    EXPECT_EQ(Analysis::s_GetDefaultReadableName(-1), "---------------------------");
+    std::string names = Analysis::s_GetDefaultReadableName(-1).str();
+    for (size_t i = 0; i < kinds.size(); ++i) {
+        EXPECT_EQ(static_cast<size_t>(kinds[i].type), i);
+        names += "|" + Analysis::s_GetDefaultReadableName(static_cast<int>(i)).str();
+    }
+    names += "|" + Analysis::s_GetDefaultReadableName(19).str();
+    EXPECT_EQ(names, "---------------------------|DC operating point|AC Analysis|Transient "
+                     "Analysis|Fourier Analysis|Noise Analysis|Distortion Analysis|DC Sweep|"
+                     "Parameter Sweep|Temperature Sweep|Pole Zero|Transfer Function|Sensitivity|"
+                     "Worst Case|Monte Carlo|User Defined Analysis|(N/A) Analysis Options|Run "
+                     "Circuit Directly|Trace Width Analysis|Noise Figure Analysis|"
+                     "---------------------------");
 
     // Nicknames are exact; the option set is a kind without an analysis object, every other
     // kind makes one of its own type.
     EXPECT_EQ(NewAnalysisByNickname("op", nullptr), nullptr);
     EXPECT_EQ(NewAnalysisByNickname("ORVO_OPT", nullptr), nullptr);
-    for (const AnalysisKind& kind : AnalysisKinds()) {
+    for (const AnalysisKind& kind : kinds) {
         if (kind.type == T::Options)
             continue;
         const std::unique_ptr<Analysis> made(NewAnalysisByNickname(kind.nickname, nullptr));
@@ -175,20 +155,7 @@ TEST(AnalysisKinds, TableListsEveryKindInTypeOrder) {
     EXPECT_EQ(AnalysisOptions::s_GetAnalysisNickname(), "ORVO_OPT");
 }
 
-// Default-constructed objects are whole analyses too: same nickname, same plot limit.
-template <class C> void ExpectDefaultConstructedOne() {
-    const C plain;
-    EXPECT_EQ(C::s_GetAnalysisNickname(), plain.GetAnalysisNickname());
-    EXPECT_EQ(plain.GetMaxPoints(), Analysis::s_GetDefaultMaxPoints());
-}
-template <class... C> void ExpectDefaultConstructed() {
-    (ExpectDefaultConstructedOne<C>(), ...);
-}
-
 TEST(AnalysisKinds, EveryClassAnswersItsRowAndCopiesBindToThemselves) {
-    ExpectDefaultConstructed<Analyses::Op, Analyses::Ac, Analyses::Tran, Analyses::Four,
-                             Analyses::Noise, Analyses::Disto, Analyses::DcSweep, Analyses::Pz,
-                             Analyses::Tf, Analyses::Sens, Analyses::User, Analyses::Run>();
     TestAnalyses main;
     Instance* instance = nullptr;
     for (const AnalysisKind& kind : AnalysisKinds()) {
@@ -197,26 +164,22 @@ TEST(AnalysisKinds, EveryClassAnswersItsRowAndCopiesBindToThemselves) {
         SCOPED_TRACE(kind.nickname);
         std::unique_ptr<Analysis> a(NewAnalysisOfType(kind.type, &main));
         ASSERT_NE(a, nullptr);
-        EXPECT_EQ(a->GetType(), kind.type);
         EXPECT_EQ(a->GetAnalysisNickname(), kind.nickname);
-        EXPECT_EQ(a->GetAnalysisReadableName(), GetResourceString(kind.readableName));
         EXPECT_EQ(a->GetMaxPoints(), Analysis::s_GetDefaultMaxPoints());
         const CString defaults = a->toPropertyItem().GetField();
         a->SetPlotTitle("edited");
         a->GetAnalysisNodes().SetNodesString("out");
         const std::unique_ptr<Analysis> copies[] = {std::unique_ptr<Analysis>(a->Clone()),
-                                                    std::unique_ptr<Analysis>(a->Clone(instance))};
+                                                    std::unique_ptr<Analysis>(a->Clone(instance)),
+                                                    std::unique_ptr<Analysis>(a->NewInstance())};
         for (const std::unique_ptr<Analysis>& copy : copies) {
             ASSERT_NE(copy, nullptr);
             EXPECT_EQ(copy->GetType(), kind.type);
-            EXPECT_EQ(copy->toPropertyItem().GetField(), a->toPropertyItem().GetField());
             EXPECT_EQ(copy->GetAnalysisNodes().GetRefAnalysis(), copy.get());
             EXPECT_EQ(copy->GetMainAnalyses(), &main);
+            EXPECT_EQ(copy->toPropertyItem().GetField(),
+                      copy == copies[2] ? defaults : a->toPropertyItem().GetField());
         }
-        std::unique_ptr<Analysis> fresh(a->NewInstance());
-        ASSERT_NE(fresh, nullptr);
-        EXPECT_EQ(fresh->toPropertyItem().GetField(), defaults);
-        EXPECT_EQ(fresh->GetMainAnalyses(), &main);
     }
 }
 
@@ -246,6 +209,125 @@ TEST(AnalysisKinds, EveryKindKeepsItsSettingsThroughItsRecord) {
         *assigned = *edited;
         for (const Analysis* a : {copy.get(), clone.get(), assigned.get()})
             EXPECT_EQ(a->toPropertyItem().GetField(), text);
+    }
+}
+
+// Each kind's own rules, from stored keys: its command and, where given, its summary.
+struct RuleCase {
+    const char* nickname;
+    const char* keys;
+    const char* command;
+    const char* summary; ///< the "Analysis settings" block below its heading, or null
+};
+
+const RuleCase kRuleCases[] = {
+    // A second source is commanded only when used.
+    {"DC_SWEEP", "", "dc  -env-options $0 0 1 0.5", nullptr},
+    {"DC_SWEEP", "Source1:string{vv1} Source2:string{vbias} Start2:double{-2}",
+     "dc  -env-options vv1 0 1 0.5",
+     "  DC Sweep for source #1\n    Source: vv1\n    Start Value: 0\n    Stop Value: 1\n"
+     "    Increment Value: 0.5\n"},
+    {"DC_SWEEP",
+     "Source1:string{vv1} Start2:double{-2} UseSource2:int{1} Start1:double{-1.5} "
+     "Stop1:double{2500} Increment1:double{0.25} Increment2:double{2e-3}",
+     "dc  -env-options vv1 -1.5 2500 0.25 $0 -2 1 0.002",
+     "  DC Sweep for source #1\n    Source: vv1\n    Start Value: -1.5\n    Stop Value: 2500\n"
+     "    Increment Value: 0.25\n  DC Sweep for source #2\n    Source: $0\n"
+     "    Start Value: -2\n    Stop Value: 1\n    Increment Value: 0.002\n"},
+    // The ratio of the second tone is commanded and shown only when in use.
+    {"DISTO", "USE_F1OVERF2:int{1}",
+     "-param vscale log; -param hscale log; -param hrange 1 1e+10; "
+     "disto  -env-options dec 10 1 1e+10  0.1",
+     "  F2/F1: 0.1\n  Frequency Parameters\n  Vertical axis scale: log\n"
+     "  Horizontal axis scale: log\n  Horizontal axis range: 1 to 1e+10\n"},
+    {"DISTO", "F1OVERF2:double{0.25}",
+     "-param vscale log; -param hscale log; -param hrange 1 1e+10; "
+     "disto  -env-options dec 10 1 1e+10 ",
+     "  Frequency Parameters\n  Vertical axis scale: log\n  Horizontal axis scale: log\n"
+     "  Horizontal axis range: 1 to 1e+10\n"},
+    // The summary shows the count whenever there is one, without consulting its flag.
+    {"NOISE", "", "noise  -env-options v($0) $0 dec 10 1 1e+10 ", nullptr},
+    {"NOISE", "OutputNode:string{out} InputRefSource:string{vin} ReferenceNode:string{$0}",
+     "noise  -env-options v(out) vin dec 10 1 1e+10 ", nullptr},
+    {"NOISE", "OutputNode:string{out} InputRefSource:string{vin} PointsPerSummary:int{5}",
+     "noise  -env-options v(out) vin dec 10 1 1e+10 ",
+     "  Input reference source: vin\n  Output node: out\n  Reference node: $0\n"
+     "  Points per summary: 5\n  Frequency Parameters\n  Vertical axis scale: log\n"
+     "  Horizontal axis scale: log\n  Horizontal axis range: 1 to 1e+10\n"},
+    {"NOISE", "PointsPerSummary:int{0}", "noise  -env-options v($0) $0 dec 10 1 1e+10 ",
+     "  Input reference source: $0\n  Output node: $0\n  Reference node: $0\n"
+     "  Frequency Parameters\n  Vertical axis scale: log\n  Horizontal axis scale: log\n"
+     "  Horizontal axis range: 1 to 1e+10\n"},
+    // Impedance at one port measures that port against itself; values outside the
+    // enumerations act as the defaults.
+    {"PZ", "", "pz  -env-options $0 $0 $0 $0 vol pz ", nullptr},
+    {"PZ", "InputPlus:string{in} OutputPlus:string{out} PZpart:int{1}",
+     "pz  -env-options in $0 out $0 vol pol ",
+     "  Analysis Type: Gain Analysis\n  Analyses performed: Pole Analysis\n"
+     "  Input (+) node: in\n  Input (-) node: $0\n  Output (+) node: out\n"
+     "  Output (-) node: $0\n"},
+    {"PZ",
+     "InputPlus:string{in} InputMinus:string{ref} OutputPlus:string{out} "
+     "OutputMinus:string{gnd2} PZpart:int{2} AnalysisType:int{2}",
+     "pz  -env-options in ref in ref cur zer ",
+     "  Analysis Type: Input Impedance\n  Analyses performed: Zero Analysis\n"
+     "  Input (+) node: in\n  Input (-) node: ref\n"},
+    {"PZ",
+     "InputPlus:string{in} InputMinus:string{ref} OutputPlus:string{out} "
+     "OutputMinus:string{gnd2} PZpart:int{2} AnalysisType:int{3}",
+     "pz  -env-options out gnd2 out gnd2 cur zer ",
+     "  Analysis Type: Output Impedence\n  Analyses performed: Zero Analysis\n"
+     "  Output (+) node: out\n  Output (-) node: gnd2\n"},
+    {"PZ", "PZpart:int{5} AnalysisType:int{7} InputPlus:string{a} OutputPlus:string{b}",
+     "pz  -env-options a $0 b $0 vol pz ",
+     "  Analysis Type: Gain Analysis\n  Analyses performed: Pole And Zero Analysis\n"
+     "  Input (+) node: a\n  Input (-) node: $0\n  Output (+) node: b\n  Output (-) node: $0\n"},
+    // The output is a voltage unless a named current source is used.
+    {"TF", "", "tf  -env-options v($0,$0) $0 ", nullptr},
+    {"TF", "OutputNode:string{out} InputRefSource:string{vin} UseCurrentSource:int{1}",
+     "tf  -env-options v(out,$0) vin ", "  Input source: vin\n  Output current source: $0\n"},
+    {"TF",
+     "OutputNode:string{out} InputRefSource:string{vin} CurrentSource:string{vsense} "
+     "OutputRefNode:string{ref}",
+     "tf  -env-options v(out,ref) vin ",
+     "  Input source: vin\n  Output node: out\n  Output reference node: ref\n"},
+};
+
+TEST(AnalysisKinds, CommandsAndSummariesFollowEachKindsOwnRules) {
+    for (const RuleCase& c : kRuleCases) {
+        SCOPED_TRACE(std::string(c.nickname) + " " + c.keys);
+        const std::unique_ptr<Analysis> a = WithKeys(c.nickname, c.keys);
+        EXPECT_EQ(CommandOf(*a), c.command);
+        if (c.summary) {
+            EXPECT_EQ(SettingsText(*a), std::string("Analysis settings\n") + c.summary);
+        }
+    }
+}
+
+// Kinds that choose sources and nodes list components through reset and copy, and their
+// setters trim names; without summaries per point the noise is integrated.
+TEST(AnalysisKinds, SourceAndNodeChoosersListComponentsAndTrimNames) {
+    Analyses::DcSweep dc;
+    dc.SetSource1("  vv1 ");
+    dc.SetSource2("\tvv2  ");
+    Analyses::Noise noise;
+    noise.SetOutputNode("  out ");
+    noise.SetReferenceNode("\tref");
+    noise.SetInputNoiseRefSource("vin  ");
+    Analyses::Tf tf;
+    tf.SetInputRefSource("  vin\t");
+    tf.SetCurrentSource(" vs ");
+    tf.SetOutputNode(" out ");
+    tf.SetOutputRefNode("\tref ");
+    EXPECT_EQ(ChangedKeys(dc) + " | " + ChangedKeys(noise) + " | " + ChangedKeys(tf),
+              "Source1:string{vv1} Source2:string{vv2} | InputRefSource:string{vin} "
+              "OutputNode:string{out} ReferenceNode:string{ref} | InputRefSource:string{vin} "
+              "CurrentSource:string{vs} OutputNode:string{out} OutputRefNode:string{ref}");
+    EXPECT_EQ(noise.GetOutputVariableClass(), OVC_NOISE_CKTnames_int);
+    for (Analysis* a : std::initializer_list<Analysis*>{&dc, &noise}) {
+        a->reset();
+        EXPECT_EQ(std::unique_ptr<Analysis>(a->Clone())->GetAnalysisNodes().GetMode(),
+                  Analyses::AnalysisNodes::Components);
     }
 }
 
@@ -293,6 +375,8 @@ const ReaderCase kReaderCases[] = {
      "FREQ_OPT:list{VARIATION:string{dec} NPOINTS_PER_VARIATION:double{10} FSTART:double{1} "
      "FSTOP:double{1000} vscale:int{1} hscale:int{1} hrange:double{1} hrange:double{1000}} "
      "USE_F1OVERF2:int{1}"},
+    // The keys say F1 over F2; an unused ratio is still stored.
+    {"DISTO", "F1OVERF2:double{0.25}", 1, "F1OVERF2:double{0.25}"},
     // A nested sweep that does not read fails the record.
     {"DISTO", "FREQ_OPT:list{Bogus:int{1}}", 0, ""},
     {"DC_SWEEP", "Start1:int{3} UseSource2:double{1} Source1:int{4} NodeFilterSource1:string{2}", 1,
@@ -311,10 +395,6 @@ const ReaderCase kReaderCases[] = {
      "OutputNode:int{4} Unknown:string{x} UseCurrentSource:string{1} CurrentSource:string{vs} "
      "NodeFilterOutputNode:int{16}",
      0, "NodeFilterOutputNode:int{16} CurrentSource:string{vs}"},
-    {"TF", "OutputNode:string{ out } InputRefSource:string{ v1}", 1,
-     "InputRefSource:string{ v1} OutputNode:string{ out }"},
-    // A bad embedded record fails the reading but still selects its analysis.
-    {"SENS", "OP:list{BOGUS:int{1}}", 0, ""},
     {"USER", "USER_CMD:int{3}", 1, ""},
     {"USER", "Other:int{1} USER_CMD:string{op}", 0, "USER_CMD:string{op}"},
 };

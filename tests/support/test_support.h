@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -49,17 +48,13 @@ inline std::unique_ptr<Analysis> WithKeys(const char* nickname, const char* keys
     return a;
 }
 
-/// The item labelled `label` in `list`; an empty item when there is none.
-inline CPropertyItem Find(const CPropertyList& list, const char* label) {
-    for (const CPropertyItem& item : list)
-        if (item.GetLabel() == label)
-            return item;
-    return {};
-}
-
-/// The analysis' own keys: the "ANALYSIS" list of its record.
+/// The analysis' own keys: the "ANALYSIS" list of its record; empty when there is none.
 inline CPropertyList AnalysisList(const Analysis& a) {
-    return Find(a.toPropertyItem().GetPropertyList(), "ANALYSIS").GetPropertyList();
+    const CPropertyItem record = a.toPropertyItem();
+    for (const CPropertyItem& item : record.GetPropertyList())
+        if (item.GetLabel() == "ANALYSIS")
+            return item.GetPropertyList();
+    return {};
 }
 
 /// The labels of the items of `list`, in order.
@@ -70,27 +65,29 @@ inline std::vector<std::string> Labels(const CPropertyList& list) {
     return labels;
 }
 
-/// The items of `a`'s own list that differ from those of a default object of
-/// its kind (compared position by position), as property text.
-inline std::string ChangedKeys(const Analysis& a) {
-    const std::unique_ptr<Analysis> fresh(a.NewInstance());
-    const CPropertyList defaults = AnalysisList(*fresh);
+/// The items of `now` that differ from those of `before` (compared position by position), as
+/// property text.
+inline std::string Changed(const CPropertyList& now, const CPropertyList& before) {
     std::string changed;
     int i = 0;
-    for (const CPropertyItem& item : AnalysisList(a)) {
-        CPropertyItem before;
-        if (!defaults.GetNth(i++, before) || before.GetField() != item.GetField())
+    for (const CPropertyItem& item : now) {
+        CPropertyItem was;
+        if (!before.GetNth(i++, was) || was.GetField() != item.GetField())
             changed += (changed.empty() ? "" : " ") + item.GetField().str();
     }
     return changed;
 }
 
-inline std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream in(text);
-    for (std::string line; std::getline(in, line);)
-        lines.push_back(line);
-    return lines;
+/// The items of `a`'s own list that differ from those of a default object of its kind.
+inline std::string ChangedKeys(const Analysis& a) {
+    const std::unique_ptr<Analysis> fresh(a.NewInstance());
+    return Changed(AnalysisList(a), AnalysisList(*fresh));
+}
+
+/// The fields of `a`'s whole record that differ from those of a default object of its kind.
+inline std::string ChangedFields(const Analysis& a) {
+    const std::unique_ptr<Analysis> fresh(a.NewInstance());
+    return Changed(a.toPropertyItem().GetPropertyList(), fresh->toPropertyItem().GetPropertyList());
 }
 
 /// The readable text of anything that writes itself under a parent item
