@@ -186,68 +186,41 @@ TEST_F(CompoundRunTest, SettingsTheCircuitCannotTakeAreRefusedByNameBeforeAnySim
     struct Case {
         const char* nickname;
         std::string settings;
-        std::vector<std::string> options;
+        const char *option, *value; ///< an option of the command line, "" for none
         int status;
         const char* message;
     };
     const Case cases[] = {
-        {"PSWEEP", Sweep("r9", "1 2"), {}, cli::ExitFailure, "no instance 'r9' in the circuit"},
-        {"MONTE",
-         WcMc("MONTE", mc, Tolerance("r1", 5) + Tolerance("r2", 5, 1, "foo")),
-         {},
-         cli::ExitFailure,
-         "r2 has no parameter 'foo'"},
-        {"MONTE",
-         WcMc("MONTE", mc, Tolerance("r1", 5), "v(nowhere)"),
-         {},
-         cli::ExitFailure,
+        {"PSWEEP", Sweep("r9", "1 2"), "", "", cli::ExitFailure, "no instance 'r9' in the circuit"},
+        {"MONTE", WcMc("MONTE", mc, Tolerance("r1", 5) + Tolerance("r2", 5, 1, "foo")), "", "",
+         cli::ExitFailure, "r2 has no parameter 'foo'"},
+        {"MONTE", WcMc("MONTE", mc, Tolerance("r1", 5), "v(nowhere)"), "", "", cli::ExitFailure,
          "Output variables not in the circuit: v(nowhere)"},
-        {"PSWEEP",
-         Sweep("r2", "1 2"),
-         {"--save", "v(out) v(zz)"},
-         cli::ExitFailure,
+        {"PSWEEP", Sweep("r2", "1 2"), "--save", "v(out) v(zz)", cli::ExitFailure,
          "Output variables not in the circuit: v(zz)"},
-        {"MONTE",
-         WcMc("MONTE", mc, Tolerance("r1", 100)),
-         {},
-         cli::ExitUsage,
+        {"MONTE", WcMc("MONTE", mc, Tolerance("r1", 100)), "", "", cli::ExitUsage,
          "run: the settings of Monte Carlo are not acceptable: tolerance 1 (r1 resistance): Error: "
          "Tolerance must be less than or equal to 100%."},
-        {"WORST",
-         WcMc("WORST", "", Tolerance("r1", -1)),
-         {},
-         cli::ExitUsage,
+        {"WORST", WcMc("WORST", "", Tolerance("r1", -1)), "", "", cli::ExitUsage,
          "Error: Tolerance is less than or equal to zero."},
-        {"MONTE",
-         WcMc("MONTE", mc, Tolerance("r1", 5)),
-         {"--save", "v(out) v(in)"},
-         cli::ExitUsage,
+        {"MONTE", WcMc("MONTE", mc, Tolerance("r1", 5)), "--save", "v(out) v(in)", cli::ExitUsage,
          "MONTE measures one output variable; --save names 2"},
-        {"MONTE",
-         WcMc("MONTE", mc, Tolerance("r1", 5)),
-         {"--seed", "-1"},
-         cli::ExitUsage,
+        {"MONTE", WcMc("MONTE", mc, Tolerance("r1", 5)), "--seed", "-1", cli::ExitUsage,
          "--seed needs an integer"},
-        {"TRACEWIDTH",
-         "TRACEWIDTH:list{}",
-         {"--save", "v(out)"},
-         cli::ExitUsage,
+        {"TRACEWIDTH", "TRACEWIDTH:list{}", "--save", "v(out)", cli::ExitUsage,
          "TRACEWIDTH chooses its own vectors"},
+        {"NOISE_FIGURE", "NOISE_FIGURE:list{ANALYSIS:list{OutputNode:string{out}}}", "", "",
+         cli::ExitFailure, "needs an output node (OutputNode) and an input source"},
         {"NOISE_FIGURE",
-         "NOISE_FIGURE:list{ANALYSIS:list{OutputNode:string{out}}}",
-         {},
-         cli::ExitFailure,
-         "needs an output node (OutputNode) and an input source"},
-        {"NOISE_FIGURE",
-         "NOISE_FIGURE:list{ANALYSIS:list{OutputNode:string{out} InputRefSource:string{vx}}}",
-         {},
-         cli::ExitFailure,
-         "no source 'vx' in the circuit"},
+         "NOISE_FIGURE:list{ANALYSIS:list{OutputNode:string{out} InputRefSource:string{vx}}}", "",
+         "", cli::ExitFailure, "no source 'vx' in the circuit"},
     };
     const std::string circuit = Write("d.cir", kDivider);
     for (const Case& c : cases) {
-        EXPECT_EQ(RunTo("never", circuit, c.nickname, c.settings, c.options), c.status)
-            << c.message;
+        std::vector<std::string> extra;
+        if (*c.option)
+            extra = {c.option, c.value};
+        EXPECT_EQ(RunTo("never", circuit, c.nickname, c.settings, extra), c.status) << c.message;
         EXPECT_NE(err_.str().find(c.message), npos) << err_.str();
         EXPECT_FALSE(Exists("never/report.html")) << c.message;
     }
