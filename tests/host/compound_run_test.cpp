@@ -201,12 +201,8 @@ TEST_F(CompoundRunTest, SettingsTheCircuitCannotTakeAreRefusedByNameBeforeAnySim
         {"MONTE", WcMc("MONTE", mc, Tolerance("r1", 100)), "", "", cli::ExitUsage,
          "run: the settings of Monte Carlo are not acceptable: tolerance 1 (r1 resistance): Error: "
          "Tolerance must be less than or equal to 100%."},
-        {"WORST", WcMc("WORST", "", Tolerance("r1", -1)), "", "", cli::ExitUsage,
-         "Error: Tolerance is less than or equal to zero."},
         {"MONTE", WcMc("MONTE", mc, Tolerance("r1", 5)), "--save", "v(out) v(in)", cli::ExitUsage,
          "MONTE measures one output variable; --save names 2"},
-        {"MONTE", WcMc("MONTE", mc, Tolerance("r1", 5)), "--seed", "-1", cli::ExitUsage,
-         "--seed needs an integer"},
         {"TRACEWIDTH", "TRACEWIDTH:list{}", "--save", "v(out)", cli::ExitUsage,
          "TRACEWIDTH chooses its own vectors"},
         {"NOISE_FIGURE", "NOISE_FIGURE:list{ANALYSIS:list{OutputNode:string{out}}}", "", "",

@@ -9,7 +9,6 @@
 #include <cmath>
 #include <complex>
 #include <filesystem>
-#include <iostream>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -35,15 +34,6 @@ const char* kDiode = "diode\ni1 0 a dc 1m\nd1 a 0 dm\n.model dm d is=1e-14\n";
 
 class ScriptRunnerTest : public ::testing::Test {
 protected:
-    void TearDown() override {
-        if (!HasFailure())
-            return;
-        std::cerr << "---- ngspice log ----\n" << Joined(last_.log);
-        for (const auto& page : last_.pages)
-            std::cerr << "-- page '" << page.title << "' " << page.error << '\n'
-                      << Joined(page.log);
-    }
-
     // Writes the netlist to a file of the test's own folder and loads it from there.
     void Load(const std::string& netlist) {
         std::string error;
@@ -91,6 +81,17 @@ protected:
         return s.str();
     }
 
+    // The first values of the named traces (space-separated) to four digits; "?" for a missing
+    // trace.
+    static std::string Values(const report::Page& page, const std::string& names) {
+        std::istringstream in(names);
+        std::string all;
+        for (std::string name; in >> name;)
+            all += (all.empty() ? "" : " ") +
+                   (Find(page, name) ? CString::Formatted("%.4g", At(page, name)).str() : "?");
+        return all;
+    }
+
     static std::string Joined(const std::vector<std::string>& lines) {
         std::string all;
         for (const auto& l : lines)
@@ -132,8 +133,7 @@ TEST_F(ScriptRunnerTest, OperatingPointAndDcSweepGiveNodeValuesEachOnAPageOfItsO
     // Saved but not in the iplot list: not plotted.
     EXPECT_EQ(Frame(r.pages[0]), "DC Operating Point [Operating Point] x= lin y lin, 0 points, 0 "
                                  "charts: i(v1) i(v2) v(mid)* v(top) v(in)");
-    EXPECT_REL(At(r.pages[0], "v(mid)"), 2.0, 1e-6);
-    EXPECT_REL(At(r.pages[0], "i(v1)"), -1e-3, 1e-6);
+    EXPECT_EQ(Values(r.pages[0], "v(mid) i(v1)"), "2 -0.001");
 
     // Source names as typed in the netlist: ngspice itself only knows them in lower case. A
     // second analysis of a scope gets a page of its own.
@@ -163,8 +163,7 @@ TEST_F(ScriptRunnerTest, TransientInitialConditionKeywordsChooseTheStartingState
                              "1e-05 ";
     const RunResult& a = Run(tran + "auto_ic auto_tstep auto_tmax ; end-scope ");
     ASSERT_TRUE(a.ok) << a.error;
-    EXPECT_EQ(a.pages.at(0).xName, "time");
-    EXPECT_REL(At(a.pages[0], "v(out)"), 1.0, 1e-3);
+    EXPECT_REL(At(a.pages.at(0), "v(out)"), 1.0, 1e-3);
 
     const RunResult& z = Run(tran + "zero_ic ; end-scope ");
     ASSERT_TRUE(z.ok) << z.error;
@@ -182,11 +181,10 @@ TEST_F(ScriptRunnerTest, TransferFunctionAndPoleZeroKeepNgspicesNamesAndValues) 
     const RunResult& r = Run("begin-scope page TF; checknodes 0; save all; tf  -env-options "
                              "v(mid,$0) v1 ; if-error end-scope audit-log-show; end-scope ");
     ASSERT_TRUE(r.ok) << r.error;
-    const report::Page& p = r.pages.at(0);
-    EXPECT_EQ(p.plotType, "Transfer Function");
-    EXPECT_REL(At(p, "Transfer_function"), 2.0 / 3.0, 1e-6);
-    EXPECT_REL(At(p, "v1#Input_impedance"), 3000.0, 1e-6);
-    EXPECT_REL(At(p, "output_impedance_at_V(mid,0)"), 2000.0 / 3.0, 1e-6);
+    EXPECT_EQ(r.pages.at(0).plotType, "Transfer Function");
+    EXPECT_EQ(Values(r.pages[0], "Transfer_function v1#Input_impedance "
+                                 "output_impedance_at_V(mid,0)"),
+              "0.6667 3000 666.7");
 
     const RunResult& pz =
         Run("begin-scope page PZ; save all; pz  -env-options in $0 mid $0 vol pz ; end-scope ");
@@ -223,8 +221,7 @@ TEST_F(ScriptRunnerTest, SensitivityIsAbsoluteOrRelativeWhereNgspiceHasTheValues
     const RunResult& r = Run("begin-scope page Sens; sens  -env-options v(mid,$0) ; end-scope ");
     ASSERT_TRUE(r.ok) << r.error;
     EXPECT_TRUE(r.notes.empty());
-    EXPECT_REL(At(r.pages.at(0), "v1"), 2.0 / 3.0, 1e-4);
-    EXPECT_REL(At(r.pages[0], "r2"), 3.0 * 1e3 / 9e6, 1e-3); // d/dr2 of 3 r2 / (r1 + r2)
+    EXPECT_EQ(Values(r.pages.at(0), "v1 r2"), "0.6667 0.0003333"); // d/dr2 of 3 r2 / (r1 + r2)
 
     // d v(mid) / d p * p / v(mid): for a divider the two resistors cancel.
     const RunResult& rel =
@@ -232,10 +229,8 @@ TEST_F(ScriptRunnerTest, SensitivityIsAbsoluteOrRelativeWhereNgspiceHasTheValues
     ASSERT_TRUE(rel.ok) << rel.error;
     EXPECT_TRUE(rel.notes.empty());
     const report::Page& rp = rel.pages.at(0);
-    EXPECT_REL(At(rp, "v1"), 1.0, 1e-3);
-    EXPECT_REL(At(rp, "r1"), -1.0 / 3.0, 1e-3);
-    EXPECT_REL(At(rp, "r2"), 1.0 / 3.0, 1e-3);
-    EXPECT_EQ(Find(rp, "r1_scale"), nullptr); // no value of its own to scale by
+    // r1_scale has no value of its own to scale by.
+    EXPECT_EQ(Values(rp, "v1 r1 r2 r1_scale"), "1 -0.3333 0.3333 ?");
     EXPECT_EQ(rp.plotName.rfind("sens", 0), 0u);
     EXPECT_EQ(host::NgSpiceSession::Get().CurrentPlot(), rp.plotName);
 
@@ -381,7 +376,6 @@ TEST_F(ScriptRunnerTest, BrokenCircuitsAndUserStatementsFailOnNgspiceErrorsNotOn
     EXPECT_EQ(r.pages.at(0).log.size(), 1u); // the scope stopped at the check
 
     Load(kDivider);
-    EXPECT_EQ(Run("quit").error, "A script cannot end the simulator session: quit");
     EXPECT_EQ(Run("frobnicate 3").error, "frobnicate: no such command available in ngspice");
     EXPECT_EQ(Run("let x = foo").error.rfind("Error: RHS", 0), 0u) << last_.error;
     const RunResult& warned = Run("op; print v(nowhere); print v(mid)");
