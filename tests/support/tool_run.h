@@ -9,7 +9,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <fstream>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -36,38 +35,6 @@ struct Table {
         return 0;
     }
 };
-
-inline std::vector<std::string> CsvCells(const std::string& line) {
-    std::vector<std::string> cells(1);
-    bool quoted = false;
-    for (char c : line) {
-        if (c == '"')
-            quoted = !quoted;
-        else if (c == ',' && !quoted)
-            cells.emplace_back();
-        else
-            cells.back() += c;
-    }
-    return cells;
-}
-
-/// The CSV file at `path`; an empty table when it cannot be read.
-inline Table ReadCsv(const std::string& path) {
-    Table table;
-    std::ifstream in(path);
-    std::string line;
-    if (std::getline(in, line))
-        table.header = CsvCells(line);
-    while (std::getline(in, line)) {
-        std::vector<double>& row = table.rows.emplace_back();
-        for (const std::string& cell : CsvCells(line)) {
-            double v = NAN;
-            std::from_chars(cell.data(), cell.data() + cell.size(), v);
-            row.push_back(v);
-        }
-    }
-    return table;
-}
 
 /// `canal run` in a folder of its own per test; the tool's output and messages are printed
 /// when the test fails.
@@ -99,7 +66,35 @@ protected:
     }
     std::string Path(const std::string& name) const { return folder_.Path(name); }
     std::string Read(const std::string& name) const { return folder_.Read(name); }
-    Table Csv(const std::string& name) const { return ReadCsv(Path(name)); }
+    /// The CSV file `name` of the folder; an empty table when it cannot be read.
+    Table Csv(const std::string& name) const {
+        Table table;
+        std::istringstream in(Read(name));
+        std::string line;
+        for (bool header = true; std::getline(in, line); header = false) {
+            std::vector<std::string> cells(1);
+            bool quoted = false;
+            for (char c : line) {
+                if (c == '"')
+                    quoted = !quoted;
+                else if (c == ',' && !quoted)
+                    cells.emplace_back();
+                else
+                    cells.back() += c;
+            }
+            if (header) {
+                table.header = cells;
+                continue;
+            }
+            std::vector<double>& row = table.rows.emplace_back();
+            for (const std::string& cell : cells) {
+                double v = NAN;
+                std::from_chars(cell.data(), cell.data() + cell.size(), v);
+                row.push_back(v);
+            }
+        }
+        return table;
+    }
     bool Exists(const std::string& name) const { return std::filesystem::exists(Path(name)); }
 
     TempFolder folder_;
