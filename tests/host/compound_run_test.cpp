@@ -60,7 +60,6 @@ TEST_F(CompoundRunTest, ADividerSweptByResistanceGivesTheDividerValuesOverTheSwe
     ASSERT_EQ(csv.rows.size(), 4u);
     for (const auto& row : csv.rows)
         EXPECT_REL(row[1], 5.0 * row[0] / (1000.0 + row[0]), 1e-6) << row[0];
-    EXPECT_NE(Read("out/results.txt").find("SWEEP#4: r2[r]=4000"), npos);
     EXPECT_NE(out_.str().find("PSWEEP: 4 runs, 1 traces, 4 points; results.txt"), npos);
 }
 
@@ -81,10 +80,8 @@ TEST_F(CompoundRunTest, ADiodesForwardVoltageFallsAboutTwoMillivoltsPerKelvin) {
     EXPECT_NEAR(room, 0.655, 0.01);
     for (const double slope : {(room - cold) / 27.0, (hot - room) / 58.0})
         EXPECT_NEAR(slope, -1.9e-3, 0.4e-3);
-    // The legend names the swept values under the variable they share.
-    const std::string svg = Read("out/01-temperature-sweep.svg");
-    EXPECT_NE(svg.find("font-weight=\"bold\">v(a)</text>"), npos);
-    EXPECT_NE(svg.find(">Temperature=358.15</text>"), npos);
+    // The legend names the swept values.
+    EXPECT_NE(Read("out/01-temperature-sweep.svg").find(">Temperature=358.15</text>"), npos);
 }
 
 TEST_F(CompoundRunTest, MonteCarloOfADividerSpreadsAsItsTolerancesSayAndRepeatsForItsSeed) {
@@ -121,9 +118,7 @@ TEST_F(CompoundRunTest, MonteCarloOfADividerSpreadsAsItsTolerancesSayAndRepeatsF
     EXPECT_NEAR(mean, 2.5, 4 * expected / std::sqrt(double(v.size())));
     EXPECT_NEAR(sigma, expected, 4 * expected / std::sqrt(2.0 * double(v.size())));
 
-    const std::string results = Read("a/results.txt");
-    EXPECT_NE(results.find("Random seed: 7\n"), npos);
-    EXPECT_NE(results.find("Run #300: "), npos);
+    EXPECT_NE(Read("a/results.txt").find("Run #300: "), npos);
     EXPECT_NE(Read("a/01-monte-carlo-analysis-histogram.svg").find("nominal 2.5 V"), npos);
 }
 
@@ -142,7 +137,6 @@ TEST_F(CompoundRunTest, WorstCaseOfADividerLandsOnTheEndsOfTheBand) {
         EXPECT_REL(t.rows[1][t.Column("value")], value, 1e-6);
         EXPECT_REL(t.rows[1][t.Column("@r1[resistance]")], r1, 1e-12);
         EXPECT_REL(t.rows[1][t.Column("@r2[resistance]")], r2, 1e-12);
-        EXPECT_NE(Read(out + "/results.txt").find("Tolerance changes needed"), npos);
     }
 }
 

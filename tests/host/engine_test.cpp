@@ -66,9 +66,6 @@ TEST_F(EngineTest, InnerRunsArrivePlotEventsInOrderWithStopPollsBetweenRows) {
     ASSERT_GT(time.size(), 400u);
     EXPECT_TRUE(std::is_sorted(time.begin(), time.end()));
     EXPECT_REL(time.back(), 5e-3, 1e-9);
-    // The capacitor charges towards 1 V with tau = 1 ms.
-    EXPECT_REL(sink_.Values(sink_.plots.size() - 1, "v(out)").back(), 1.0 - std::exp(-5.0 + 2e-3),
-               1e-2);
     EXPECT_EQ(sink_.ids.front(), 4004);
     EXPECT_EQ(sink_.ids.at(sink_.ids.size() - 2), 4006);
     EXPECT_EQ(sink_.ids.back(), 4007);
