@@ -65,20 +65,6 @@ TEST_F(RunCommandTest, AcRunWritesEveryFileShowsTheCornerAndKeepsThemWhenANetlis
     EXPECT_EQ(Run(ac), cli::ExitOk);
 }
 
-TEST_F(RunCommandTest, TranRunFollowsTheCapacitorCharge) {
-    ASSERT_EQ(RunTo("tran", Write("rc.cir", kRcCircuit), "TRAN",
-                    "TRAN:list{ANALYSIS:list{TSTEP:double{1e-05} TSTOP:double{0.001} "
-                    "TSTART:double{0}\n  TMAX:double{1e-05} IC:string{dcop}}}\n",
-                    {"--save", "v(in) v(out)"}),
-              cli::ExitOk);
-    const Table csv = Csv("tran/01-transient-analysis.csv");
-    ASSERT_EQ(csv.header, (std::vector<std::string>{"time", "v(out)", "v(in)"}));
-    ASSERT_GT(csv.rows.size(), 50u);
-    for (const auto& row : csv.rows)
-        EXPECT_NEAR(row[1], 1.0 - std::exp(-row[0] / 159.155e-6), 0.01) << "at t = " << row[0];
-    EXPECT_NEAR(csv.rows.back()[0], 1e-3, 1e-9);
-}
-
 TEST_F(RunCommandTest, AnUnknownNicknameOrNothingToSaveIsReportedBeforeAnySimulation) {
     const std::string circuit = Write("rc.cir", kRcCircuit);
     EXPECT_EQ(Run({circuit, "NOPE", "--out", Path("never")}), cli::ExitUsage);
