@@ -45,12 +45,16 @@ protected:
         last_ = runner_.Run(script, options);
         return last_;
     }
+    // Runs a script that must succeed; later results replace the one returned.
+    const RunResult& Ok(const std::string& script, const RunOptions& options = {}) {
+        EXPECT_TRUE(Run(script, options).ok) << script << ": " << last_.error;
+        return last_;
+    }
 
     // The first value of a trace of the first page after an operating point with `set`.
     double OpValue(const std::string& set, const std::string& trace = "v(a)") {
         const RunResult& r =
-            Run("begin-scope page OP; save all; " + set + "; op  -env-options ; end-scope ");
-        EXPECT_TRUE(r.ok) << r.error;
+            Ok("begin-scope page OP; save all; " + set + "; op  -env-options ; end-scope ");
         return r.pages.empty() ? NAN : At(r.pages[0], trace);
     }
 
@@ -107,11 +111,10 @@ protected:
 TEST_F(ScriptRunnerTest, AcOfRcLowPassFollowsItsTransferFunctionOnAFramedPage) {
     Load(kRcLowPass);
     const RunResult& r =
-        Run("begin-scope page AC Analysis; checknodes 2; save v(out); iplot v(out) ; " +
-            kDefaultOptions +
-            "-param vscale log; -param hscale log; -param hrange 1 1e+10; ac  -env-options dec "
-            "100 10 100000 ; if-error end-scope audit-log-show; end-scope ");
-    ASSERT_TRUE(r.ok) << r.error;
+        Ok("begin-scope page AC Analysis; checknodes 2; save v(out); iplot v(out) ; " +
+           kDefaultOptions +
+           "-param vscale log; -param hscale log; -param hrange 1 1e+10; ac  -env-options dec "
+           "100 10 100000 ; if-error end-scope audit-log-show; end-scope ");
     EXPECT_TRUE(r.notes.empty());
     ASSERT_EQ(r.pages.size(), 1u);
     const report::Page& p = r.pages[0];
@@ -126,9 +129,8 @@ TEST_F(ScriptRunnerTest, AcOfRcLowPassFollowsItsTransferFunctionOnAFramedPage) {
 
 TEST_F(ScriptRunnerTest, OperatingPointAndDcSweepGiveNodeValuesEachOnAPageOfItsOwn) {
     Load(kDivider);
-    const RunResult& r = Run("begin-scope page DC Operating Point; checknodes 1; save all; iplot "
-                             "v(mid) ; op  -env-options ; end-scope ");
-    ASSERT_TRUE(r.ok) << r.error;
+    const RunResult& r = Ok("begin-scope page DC Operating Point; checknodes 1; save all; iplot "
+                            "v(mid) ; op  -env-options ; end-scope ");
     ASSERT_EQ(r.pages.size(), 1u);
     // Saved but not in the iplot list: not plotted.
     EXPECT_EQ(Frame(r.pages[0]), "DC Operating Point [Operating Point] x= lin y lin, 0 points, 0 "
@@ -138,9 +140,8 @@ TEST_F(ScriptRunnerTest, OperatingPointAndDcSweepGiveNodeValuesEachOnAPageOfItsO
     // Source names as typed in the netlist: ngspice itself only knows them in lower case. A
     // second analysis of a scope gets a page of its own.
     const RunResult& dc =
-        Run("begin-scope page DC; save v(mid); op  -env-options ; dc  -env-options V1 0 3 0.5; "
-            "end-scope ");
-    ASSERT_TRUE(dc.ok) << dc.error;
+        Ok("begin-scope page DC; save v(mid); op  -env-options ; dc  -env-options V1 0 3 0.5; "
+           "end-scope ");
     ASSERT_EQ(dc.pages.size(), 2u);
     const report::Page& p = dc.pages[1];
     EXPECT_EQ(Frame(p), "DC [DC transfer characteristic] x=v-sweep lin y lin, 7 points, 0 charts: "
@@ -161,12 +162,10 @@ TEST_F(ScriptRunnerTest, TransientInitialConditionKeywordsChooseTheStartingState
     Load("rc step\nv1 in 0 dc 1\nr1 in out 1k\nc1 out 0 1u\n");
     const std::string tran = "begin-scope page T; save v(out); tran  -env-options 1e-05 0.003 0 "
                              "1e-05 ";
-    const RunResult& a = Run(tran + "auto_ic auto_tstep auto_tmax ; end-scope ");
-    ASSERT_TRUE(a.ok) << a.error;
+    const RunResult& a = Ok(tran + "auto_ic auto_tstep auto_tmax ; end-scope ");
     EXPECT_REL(At(a.pages.at(0), "v(out)"), 1.0, 1e-3);
 
-    const RunResult& z = Run(tran + "zero_ic ; end-scope ");
-    ASSERT_TRUE(z.ok) << z.error;
+    const RunResult& z = Ok(tran + "zero_ic ; end-scope ");
     EXPECT_EQ(z.notes.size(), 1u); // how zero initial conditions are done on ngspice
     const report::Page& p = z.pages.at(0);
     // ngspice's first point under uic is not exactly 0.
@@ -178,17 +177,15 @@ TEST_F(ScriptRunnerTest, TransientInitialConditionKeywordsChooseTheStartingState
 TEST_F(ScriptRunnerTest, TransferFunctionAndPoleZeroKeepNgspicesNamesAndValues) {
     // r1 || r2 with c1: a pole at -1500 / s. Without "ac 1" pole-zero sees the source as a short.
     Load("divider\nv1 in 0 dc 3 ac 1\nr1 in mid 1k\nr2 mid 0 2k\nc1 mid 0 1u\n");
-    const RunResult& r = Run("begin-scope page TF; checknodes 0; save all; tf  -env-options "
-                             "v(mid,$0) v1 ; if-error end-scope audit-log-show; end-scope ");
-    ASSERT_TRUE(r.ok) << r.error;
+    const RunResult& r = Ok("begin-scope page TF; checknodes 0; save all; tf  -env-options "
+                            "v(mid,$0) v1 ; if-error end-scope audit-log-show; end-scope ");
     EXPECT_EQ(r.pages.at(0).plotType, "Transfer Function");
     EXPECT_EQ(Values(r.pages[0], "Transfer_function v1#Input_impedance "
                                  "output_impedance_at_V(mid,0)"),
               "0.6667 3000 666.7");
 
     const RunResult& pz =
-        Run("begin-scope page PZ; save all; pz  -env-options in $0 mid $0 vol pz ; end-scope ");
-    ASSERT_TRUE(pz.ok) << pz.error;
+        Ok("begin-scope page PZ; save all; pz  -env-options in $0 mid $0 vol pz ; end-scope ");
     const report::Trace* pole = Find(pz.pages.at(0), "pole(1)");
     ASSERT_TRUE(pole && pole->IsComplex());
     EXPECT_REL(pole->re.at(0), -1500.0, 1e-6);
@@ -199,12 +196,11 @@ TEST_F(ScriptRunnerTest, NoiseOfResistorsFollowsFourKTRAtTheDialectTemperature) 
     // Two 1k resistors: the output sees 500 ohm; the dialect gives temperatures in kelvin.
     Load("noise\nv1 in 0 dc 0 ac 1\nr1 in out 1k\nr2 out 0 1k\n");
     for (const double kelvin : {300.15, 400.0}) {
-        const RunResult& r = Run(CString::Formatted("begin-scope page Noise; set temp = %lg; "
-                                                    "noise  -env-options v(out) v1 dec 1 1 10 ; "
-                                                    "set -temp; end-scope ",
-                                                    kelvin)
-                                     .str());
-        ASSERT_TRUE(r.ok) << r.error;
+        const RunResult& r = Ok(CString::Formatted("begin-scope page Noise; set temp = %lg; "
+                                                   "noise  -env-options v(out) v1 dec 1 1 10 ; "
+                                                   "set -temp; end-scope ",
+                                                   kelvin)
+                                    .str());
         const report::Page& p = r.pages.at(0);
         EXPECT_EQ(p.xName, "frequency");
         EXPECT_REL(At(p, "onoise_spectrum"), std::sqrt(4 * 1.380649e-23 * kelvin * 500), 0.01)
@@ -218,15 +214,13 @@ TEST_F(ScriptRunnerTest, NoiseOfResistorsFollowsFourKTRAtTheDialectTemperature) 
 
 TEST_F(ScriptRunnerTest, SensitivityIsAbsoluteOrRelativeWhereNgspiceHasTheValues) {
     Load(kDivider);
-    const RunResult& r = Run("begin-scope page Sens; sens  -env-options v(mid,$0) ; end-scope ");
-    ASSERT_TRUE(r.ok) << r.error;
+    const RunResult& r = Ok("begin-scope page Sens; sens  -env-options v(mid,$0) ; end-scope ");
     EXPECT_TRUE(r.notes.empty());
     EXPECT_EQ(Values(r.pages.at(0), "v1 r2"), "0.6667 0.0003333"); // d/dr2 of 3 r2 / (r1 + r2)
 
     // d v(mid) / d p * p / v(mid): for a divider the two resistors cancel.
     const RunResult& rel =
-        Run("begin-scope page Sens; sens  -env-options v(mid,$0)  relative; end-scope ");
-    ASSERT_TRUE(rel.ok) << rel.error;
+        Ok("begin-scope page Sens; sens  -env-options v(mid,$0)  relative; end-scope ");
     EXPECT_TRUE(rel.notes.empty());
     const report::Page& rp = rel.pages.at(0);
     // r1_scale has no value of its own to scale by.
@@ -249,9 +243,8 @@ TEST_F(ScriptRunnerTest, TemperatureInKelvinHoldsForOneScriptThenTheCircuitsOwnR
     EXPECT_REL(OpValue(""), room, 1e-9);
 
     // A failed restore is noted and keeps the results.
-    const RunResult& r = Run("begin-scope page OP; save all; set temp = 400.15; op  -env-options "
-                             "; remcirc; end-scope ");
-    EXPECT_TRUE(r.ok) << r.error;
+    const RunResult& r = Ok("begin-scope page OP; save all; set temp = 400.15; op  -env-options "
+                            "; remcirc; end-scope ");
     EXPECT_GT(At(r.pages.at(0), "v(a)"), 0.3);
     EXPECT_EQ(r.notes, Notes{"The circuit's temperature could not be restored: Error: no circuit "
                              "loaded"});
@@ -274,8 +267,7 @@ TEST_F(ScriptRunnerTest, OptionStatementsInEveryFormReachNgspiceForOneScriptOnly
     // The reltol that "option" lists at the end of a script run with `options`.
     const auto reltol = [&](const std::string& set, const RunOptions& options = {}) {
         const RunResult& r =
-            Run("begin-scope page OP; " + set + "op  -env-options ; option; end-scope ", options);
-        EXPECT_TRUE(r.ok) << r.error;
+            Ok("begin-scope page OP; " + set + "op  -env-options ; option; end-scope ", options);
         for (const auto& l : r.log)
             if (l.rfind("reltol", 0) == 0)
                 return l.substr(l.find('=') + 1);
@@ -302,8 +294,7 @@ TEST_F(ScriptRunnerTest, ShowAllListsEveryDeviceAndShowmodEveryModel) {
     Load("show\ni1 0 a dc 1m\nd1 a 0 dm\nx1 a sub\n.subckt sub p\nv1 p q dc 0\nr1 q 0 1k\n"
          ".ends\n.model dm d\n");
     const RunResult& r =
-        Run("begin-scope page OP; op  -env-options ; show all; showmod all; end-scope ");
-    ASSERT_TRUE(r.ok) << r.error;
+        Ok("begin-scope page OP; op  -env-options ; show all; showmod all; end-scope ");
     const std::string log = Joined(r.pages.at(0).log);
     for (const char* s : {"Isource", "Vsource", "v.x1.v1", "r.x1.r1", "resistance", "acmag",
                           "Junction Diode", "Diode models"})
@@ -312,12 +303,11 @@ TEST_F(ScriptRunnerTest, ShowAllListsEveryDeviceAndShowmodEveryModel) {
 
 TEST_F(ScriptRunnerTest, FourierStatementBecomesChartAndSpectrumPage) {
     Load("sine\nv1 in 0 dc 0 sin(0 2 1k)\nr1 in 0 1k\n");
-    const RunResult& r = Run(
+    const RunResult& r = Ok(
         "begin-scope page Fourier Analysis; save all; -param hrange 0 0.002; tran  -env-options "
         "1e-05 0.002 0 1e-05 auto_ic ; set nfreqs = 10; set polydegree = 1; set fourgridsize = "
         "256; save all; iplot V(in) ; -param vscale lin; -param hrange 0 0 ;fourier /+phase /bar "
         "/plot 1000 V(in) ; set nfreqs = 9; end-scope ");
-    ASSERT_TRUE(r.ok) << r.error;
     ASSERT_EQ(r.pages.size(), 2u);
     // "hrange 0 0" after the run means fit to the data; harmonics 0..9 and the distortion.
     const report::Chart& c = r.pages[0].charts.at(0);
@@ -378,8 +368,7 @@ TEST_F(ScriptRunnerTest, BrokenCircuitsAndUserStatementsFailOnNgspiceErrorsNotOn
     Load(kDivider);
     EXPECT_EQ(Run("frobnicate 3").error, "frobnicate: no such command available in ngspice");
     EXPECT_EQ(Run("let x = foo").error.rfind("Error: RHS", 0), 0u) << last_.error;
-    const RunResult& warned = Run("op; print v(nowhere); print v(mid)");
-    EXPECT_TRUE(warned.ok) << warned.error;
+    const RunResult& warned = Ok("op; print v(nowhere); print v(mid)");
     EXPECT_NE(Joined(warned.log).find("v(mid) = 2"), std::string::npos);
 }
 
@@ -471,8 +460,7 @@ TEST_F(ScriptRunnerTest, StopRequestEndsTheRunBetweenStatementsAndStatusNamesThe
 
 TEST_F(ScriptRunnerTest, RunStatementExecutesTheDeckAnalysesOnAPageOfItsOwn) {
     Load("deck\nv1 in 0 dc 2\nr1 in out 1k\nr2 out 0 1k\n.op\n");
-    const RunResult& r = Run("run;");
-    ASSERT_TRUE(r.ok) << r.error;
+    const RunResult& r = Ok("run;");
     ASSERT_EQ(r.pages.size(), 1u);
     EXPECT_EQ(r.pages[0].plotType, "Operating Point");
     EXPECT_REL(At(r.pages[0], "v(out)"), 1.0, 1e-9);
