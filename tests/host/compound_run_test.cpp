@@ -4,45 +4,28 @@
 #include "tests/support/tool_run.h"
 
 #include <csignal>
+#include <cstdio>
 #include <numeric>
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
+using canal_test::Saved;
 using canal_test::Table;
+using canal_test::Tolerance;
 using CompoundRunTest = canal_test::ToolRunTest;
 constexpr auto npos = std::string::npos;
 
 const char* const kDivider = "divider\nv1 in 0 dc 5 ac 1\nr1 in out 1k\nr2 out 0 1k\n.end\n";
 const char* const kDiode = "diode\ni1 0 a dc 1m\nd1 a 0 dmod\n.model dmod d is=1e-14\n.end\n";
 
-// One saved and plotted output variable, as a sweep's settings hold it.
-std::string Saved(const std::string& variable) {
-    return "NODES:list{Nodes:list{NODE:list{Name:string{" + variable +
-           "} Kind:int{3} Flags:int{768}}}} ";
-}
-
 // An operating point of v(out) swept over the resistance of `instance`.
 std::string Sweep(const std::string& instance, const std::string& values) {
     return "PSWEEP:list{" + Saved("v(out)") + "ANALYSIS:list{DeviceSweep:list{Variation:int{3} " +
            "List:array{" + values + "}} SweepType:int{0} AnalysisType:int{0} InstToSweep:list{" +
            "name:string{" + instance + "} isinst:int{1}} InstParamToSweep:list{name:string{r}}}}";
-}
-
-// An instance resistance toleranced by `value` (percent unless `type` is 0: absolute), drawn
-// Gaussian (distribution 1) or uniform (0).
-std::string Tolerance(const std::string& instance, double value, int distribution = 1,
-                      const std::string& parameter = "resistance", int type = 1, int cls = 1) {
-    const std::string member = cls ? "name:string{" + instance + "} isinst:int{1}"
-                                   : "model:string{" + instance + "} isinst:int{0}";
-    return "TolSpec:list{Distr:int{" + std::to_string(distribution) + "} TolClass:int{" +
-           std::to_string(cls) + "} TolType:int{" + std::to_string(type) + "} TolValue:double{" +
-           std::to_string(value) + "} MemberToSweep:list{" + member +
-           "} MemberParamToSweep:list{name:string{" + parameter + "}}} ";
 }
 
 // Worst case or Monte Carlo settings over an operating point of v(out) with `tolerances`.
@@ -275,29 +258,24 @@ TEST_F(CompoundRunTest, ARunListRunsItsEntriesInOrderAfterCheckingThemAll) {
 
 // Runs the tool as a process, as a shell would, and presses Ctrl-C once it is under way.
 TEST_F(CompoundRunTest, CtrlCStopsAfterTheCurrentRunAndWritesTheRunsMade) {
-    std::string tool = CANAL_TOOL_PATH, run = "run", nickname = "MONTE", option = "--settings",
-                circuit = Write("d.cir", kDivider), out = "--out", folder = Path("out"),
-                settings =
-                    Write("mc.prop", WcMc("MONTE", "NumRuns:int{100000}", Tolerance("r1", 5)));
+    const std::string tool = CANAL_TOOL_PATH;
     if (tool.empty())
         GTEST_SKIP() << "the canal tool is not built";
-    char* argv[] = {tool.data(),     run.data(), circuit.data(), nickname.data(), option.data(),
-                    settings.data(), out.data(), folder.data(),  nullptr};
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, Path("err").c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    Write("d.cir", kDivider);
+    Write("mc.prop", WcMc("MONTE", "NumRuns:int{100000}", Tolerance("r1", 5)));
+    // The shell names its process, which the tool then takes over.
+    FILE* shell = ::popen(("cd '" + folder_.Path().string() + "' && echo $$ && exec '" + tool +
+                           "' run d.cir MONTE --settings mc.prop --out out 2>err >/dev/null")
+                              .c_str(),
+                          "r");
+    ASSERT_NE(shell, nullptr);
     pid_t child = 0;
-    const int spawned = ::posix_spawn(&child, argv[0], &actions, nullptr, argv, environ);
-    posix_spawn_file_actions_destroy(&actions);
-    ASSERT_EQ(spawned, 0);
+    ASSERT_EQ(std::fscanf(shell, "%d", &child), 1);
     // Interrupt once the status line names the third random run, so that runs are done.
     for (int i = 0; i < 6000 && Read("err").find("Run #3") == npos; ++i)
         ::usleep(10000);
     ::kill(child, SIGINT);
-    int status = 0;
-    ::waitpid(child, &status, 0);
+    const int status = ::pclose(shell);
     const std::string err = Read("err");
     ASSERT_NE(err.find("Run #3"), npos) << err;
     ASSERT_TRUE(WIFEXITED(status)) << err;

@@ -13,7 +13,9 @@
 namespace {
 
 namespace fs = std::filesystem;
+using canal_test::Saved;
 using canal_test::Table;
+using canal_test::Tolerance;
 
 // A low pass whose step response the runs measure; small, so that the suite stays quick.
 const char* const kLowPass = "low pass\nv1 in 0 pulse(0 1 0 10u 10u 1m 2m)\nr1 in out 1k\n"
@@ -21,19 +23,12 @@ const char* const kLowPass = "low pass\nv1 in 0 pulse(0 1 0 10u 10u 1m 2m)\nr1 i
 const char* const kTran = "Tran:list{TSTEP:double{2e-05} TSTOP:double{0.0005} TSTART:double{0} "
                           "TMAX:double{2e-05}} ";
 
-std::string Tolerance(const std::string& instance, const std::string& parameter, double percent) {
-    return "TolSpec:list{Distr:int{1} TolClass:int{1} TolType:int{1} TolValue:double{" +
-           std::to_string(percent) + "} MemberToSweep:list{name:string{" + instance +
-           "} isinst:int{1}} MemberParamToSweep:list{name:string{" + parameter + "}}} ";
-}
-
 // Worst case or Monte Carlo of the low pass's output at its largest, over a transient.
 std::string WcMc(const std::string& nickname, int runs) {
     return nickname +
            ":list{ANALYSIS:list{AnalysisType:int{2} OutputVariable:string{v(out)} NumRuns:int{" +
-           std::to_string(runs) + "} " + kTran + "TolSpecList:list{" +
-           Tolerance("r1", "resistance", 10) + Tolerance("c1", "capacitance", 20) +
-           Tolerance("r2", "resistance", 5) + "}}}\n";
+           std::to_string(runs) + "} " + kTran + "TolSpecList:list{" + Tolerance("r1", 10) +
+           Tolerance("c1", 20, 1, "capacitance") + Tolerance("r2", 5) + "}}}\n";
 }
 
 class ParallelRuns : public canal_test::ToolRunTest {
@@ -58,8 +53,8 @@ protected:
 
 TEST_F(ParallelRuns, CompoundAnalysesWriteTheSameBytesForAnyNumberOfJobs) {
     const std::string nested =
-        "PSWEEP:list{NODES:list{Nodes:list{NODE:list{Name:string{v(out)} Kind:int{3} "
-        "Flags:int{768}}}} ANALYSIS:list{DeviceSweep:list{Variation:int{3} "
+        "PSWEEP:list{" + Saved("v(out)") +
+        "ANALYSIS:list{DeviceSweep:list{Variation:int{3} "
         "List:array{500 1000 2000 4000}} SweepType:int{0} AnalysisType:int{3} "
         "InstToSweep:list{name:string{r1} isinst:int{1}} "
         "InstParamToSweep:list{name:string{resistance}} "

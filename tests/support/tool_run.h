@@ -36,6 +36,25 @@ struct Table {
     }
 };
 
+/// One saved and plotted output variable, as a sweep's settings hold it.
+inline std::string Saved(const std::string& variable) {
+    return "NODES:list{Nodes:list{NODE:list{Name:string{" + variable +
+           "} Kind:int{3} Flags:int{768}}}} ";
+}
+
+/// An instance resistance toleranced by `value` (percent unless `type` is 0: absolute), drawn
+/// Gaussian (distribution 1) or uniform (0).
+inline std::string Tolerance(const std::string& instance, double value, int distribution = 1,
+                             const std::string& parameter = "resistance", int type = 1,
+                             int cls = 1) {
+    const std::string member = cls ? "name:string{" + instance + "} isinst:int{1}"
+                                   : "model:string{" + instance + "} isinst:int{0}";
+    return "TolSpec:list{Distr:int{" + std::to_string(distribution) + "} TolClass:int{" +
+           std::to_string(cls) + "} TolType:int{" + std::to_string(type) + "} TolValue:double{" +
+           std::to_string(value) + "} MemberToSweep:list{" + member +
+           "} MemberParamToSweep:list{name:string{" + parameter + "}}} ";
+}
+
 /// `canal run` in a folder of its own per test; the tool's output and messages are printed
 /// when the test fails.
 class ToolRunTest : public ::testing::Test {
