@@ -42,8 +42,8 @@ inline std::string Saved(const std::string& variable) {
            "} Kind:int{3} Flags:int{768}}}} ";
 }
 
-/// An instance resistance toleranced by `value` (percent unless `type` is 0: absolute), drawn
-/// Gaussian (distribution 1) or uniform (0).
+/// A tolerance of `value` (percent unless `type` is 0: absolute) on `parameter` of an instance,
+/// or of a model when `cls` is 0, drawn Gaussian (distribution 1) or uniform (0).
 inline std::string Tolerance(const std::string& instance, double value, int distribution = 1,
                              const std::string& parameter = "resistance", int type = 1,
                              int cls = 1) {
