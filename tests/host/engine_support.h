@@ -1,5 +1,5 @@
-// The ngspice engine on circuits a test writes, an analysis stand-in that records the plot
-// events it gets, and the engine's messages printed when a test fails.
+// The ngspice engine on circuits a test writes, and an analysis stand-in that records the plot
+// events it gets.
 #pragma once
 
 #include "analyses/core/analyses.h"
@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <iostream>
 #include <string>
 #include <vector>
 
@@ -87,15 +86,6 @@ protected:
         engine_.SetAnalysisEventSink(&sink_);
     }
     ~EngineTest() override { engine_.SetAnalysisEventSink(nullptr); }
-
-    void TearDown() override {
-        if (!HasFailure())
-            return;
-        std::cerr << "---- engine messages ----\n";
-        for (const std::string& m : engine_.Messages())
-            std::cerr << m << '\n';
-        std::cerr << "last error: " << engine_.LastError() << '\n';
-    }
 
     /// Loads the netlist (title first; ".end" is added).
     void Load(const std::vector<std::string>& lines) {

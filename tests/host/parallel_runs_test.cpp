@@ -12,11 +12,10 @@
 
 namespace {
 
-using canal_test::ReadAll;
-using canal_test::ReadCsv;
-using canal_test::Table;
 namespace fs = std::filesystem;
-using ParallelRunTest = canal_test::ToolRunTest;
+using canal_test::Saved;
+using canal_test::Table;
+using canal_test::Tolerance;
 
 // A low pass whose step response the runs measure; small, so that the suite stays quick.
 const char* const kLowPass = "low pass\nv1 in 0 pulse(0 1 0 10u 10u 1m 2m)\nr1 in out 1k\n"
@@ -24,97 +23,70 @@ const char* const kLowPass = "low pass\nv1 in 0 pulse(0 1 0 10u 10u 1m 2m)\nr1 i
 const char* const kTran = "Tran:list{TSTEP:double{2e-05} TSTOP:double{0.0005} TSTART:double{0} "
                           "TMAX:double{2e-05}} ";
 
-std::string Tolerance(const std::string& instance, const std::string& parameter, double percent) {
-    return "TolSpec:list{Distr:int{1} TolClass:int{1} TolType:int{1} TolValue:double{" +
-           std::to_string(percent) + "} MemberToSweep:list{name:string{" + instance +
-           "} isinst:int{1}} MemberParamToSweep:list{name:string{" + parameter + "}}} ";
-}
-
 // Worst case or Monte Carlo of the low pass's output at its largest, over a transient.
 std::string WcMc(const std::string& nickname, int runs) {
     return nickname +
            ":list{ANALYSIS:list{AnalysisType:int{2} OutputVariable:string{v(out)} NumRuns:int{" +
-           std::to_string(runs) + "} " + kTran + "TolSpecList:list{" +
-           Tolerance("r1", "resistance", 10) + Tolerance("c1", "capacitance", 20) +
-           Tolerance("r2", "resistance", 5) + "}}}\n";
+           std::to_string(runs) + "} " + kTran + "TolSpecList:list{" + Tolerance("r1", 10) +
+           Tolerance("c1", 20, 1, "capacitance") + Tolerance("r2", 5) + "}}}\n";
 }
 
-// Every file a run wrote, by name.
-std::map<std::string, std::string> Files(const fs::path& dir) {
-    std::map<std::string, std::string> files;
-    for (const auto& entry : fs::directory_iterator(dir))
-        files[entry.path().filename().string()] = ReadAll(entry.path());
-    return files;
-}
-
-// Sets an environment variable for one scope.
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const char* value) : name_(name) { ::setenv(name, value, 1); }
-    ~ScopedEnv() { ::unsetenv(name_); }
-    ScopedEnv(const ScopedEnv&) = delete;
-    ScopedEnv& operator=(const ScopedEnv&) = delete;
-
-private:
-    const char* name_;
-};
-
-class ParallelRuns : public ParallelRunTest {
+class ParallelRuns : public canal_test::ToolRunTest {
 protected:
-    // Runs the analysis with --jobs `jobs` into its own folder; the files written.
+    // Runs the analysis with --jobs `jobs` into the folder NICKNAME-JOBS-COUNT; the files
+    // written there, by name.
     std::map<std::string, std::string> RunWith(const std::string& nickname,
-                                               const std::string& settings, const char* jobs,
-                                               int status = cli::ExitOk) {
-        const fs::path out = dir_ / (nickname + "-" + jobs + "-" + std::to_string(++runs_));
-        EXPECT_EQ(Run({Write("c.cir", kLowPass).string(), nickname, "--settings",
-                       Write("s.prop", settings).string(), "--seed", "11", "--jobs", jobs, "--out",
-                       out.string()}),
-                  status)
+                                               const std::string& settings, const char* jobs) {
+        const std::string out = nickname + "-" + jobs + "-" + std::to_string(++runs_);
+        EXPECT_EQ(RunTo(out, Write("c.cir", kLowPass), nickname, settings,
+                        {"--seed", "11", "--jobs", jobs}),
+                  cli::ExitOk)
             << nickname << " --jobs " << jobs;
-        return Files(out);
-    }
-    // The same files, byte for byte, whether the runs were made here or by two or three workers.
-    void ExpectSameForAnyJobs(const std::string& nickname, const std::string& settings,
-                              const std::vector<std::string>& mustHave) {
-        const auto here = RunWith(nickname, settings, "1");
-        for (const std::string& name : mustHave)
-            EXPECT_TRUE(here.count(name)) << name;
-        for (const char* jobs : {"2", "3"}) {
-            const auto there = RunWith(nickname, settings, jobs);
-            ASSERT_EQ(there.size(), here.size()) << jobs;
-            for (const auto& [name, bytes] : here)
-                EXPECT_TRUE(there.at(name) == bytes) << name << " differs with --jobs " << jobs;
-        }
+        std::map<std::string, std::string> files;
+        for (const auto& entry : fs::directory_iterator(Path(out)))
+            files[entry.path().filename().string()] =
+                Read(out + "/" + entry.path().filename().string());
+        return files;
     }
     int runs_ = 0;
 };
 
-TEST_F(ParallelRuns, MonteCarloWritesTheSameBytesForAnyNumberOfJobs) {
-    ExpectSameForAnyJobs("MONTE", WcMc("MONTE", 9),
-                         {"runs.csv", "results.txt", "01-monte-carlo-analysis.csv"});
-    EXPECT_NE(out_.str().find("MONTE: 11 runs, 11 valid"), std::string::npos) << out_.str();
-}
-
-TEST_F(ParallelRuns, WorstCaseWritesTheSameBytesForAnyNumberOfJobs) {
-    ExpectSameForAnyJobs("WORST", WcMc("WORST", 1),
-                         {"runs.csv", "results.txt", "01-worst-case-analysis.csv"});
-    // The nominal run, one per tolerance and the worst case.
-    EXPECT_EQ(ReadCsv(dir_ / "WORST-3-3" / "runs.csv").rows.size(), 5u);
-}
-
-TEST_F(ParallelRuns, NestedSweepWritesTheSameBytesForAnyNumberOfJobs) {
-    const std::string settings =
-        "PSWEEP:list{NODES:list{Nodes:list{NODE:list{Name:string{v(out)} Kind:int{3} "
-        "Flags:int{768}}}} ANALYSIS:list{DeviceSweep:list{Variation:int{3} "
+TEST_F(ParallelRuns, CompoundAnalysesWriteTheSameBytesForAnyNumberOfJobs) {
+    const std::string nested =
+        "PSWEEP:list{" + Saved("v(out)") +
+        "ANALYSIS:list{DeviceSweep:list{Variation:int{3} "
         "List:array{500 1000 2000 4000}} SweepType:int{0} AnalysisType:int{3} "
         "InstToSweep:list{name:string{r1} isinst:int{1}} "
         "InstParamToSweep:list{name:string{resistance}} "
         "TSWEEP:list{SweepType:int{2} AnalysisType:int{2} " +
         std::string(kTran) + "TemperatureSweep:list{Variation:int{3} List:array{250 350}}}}}\n";
-    ExpectSameForAnyJobs("PSWEEP", settings, {"results.txt", "01-parameter-sweep.csv"});
-    const Table page = ReadCsv(dir_ / "PSWEEP-1-1" / "01-parameter-sweep.csv");
-    EXPECT_EQ(page.header.size(), 1u + 4 * 2) << "a trace per resistance and temperature";
+    const struct {
+        const char* nickname;
+        std::string settings;
+        const char* file; ///< one of the files that must be there
+    } cases[] = {{"WORST", WcMc("WORST", 1), "01-worst-case-analysis.csv"},
+                 {"PSWEEP", nested, "01-parameter-sweep.csv"},
+                 {"MONTE", WcMc("MONTE", 9), "01-monte-carlo-analysis.csv"}};
+    for (const auto& c : cases) {
+        const auto here = RunWith(c.nickname, c.settings, "1");
+        EXPECT_TRUE(here.count(c.file) && here.count("results.txt")) << c.nickname;
+        for (const char* jobs : {"2", "3"})
+            EXPECT_TRUE(RunWith(c.nickname, c.settings, jobs) == here)
+                << c.nickname << " differs with --jobs " << jobs;
+    }
+    // The worst case's runs are the nominal, one per tolerance and the worst case; the sweep
+    // has a trace per resistance and temperature.
+    EXPECT_EQ(Csv("WORST-3-3/runs.csv").rows.size(), 5u);
+    EXPECT_EQ(Csv("PSWEEP-1-4/01-parameter-sweep.csv").header.size(), 1u + 4 * 2);
+    EXPECT_NE(out_.str().find("MONTE: 11 runs, 11 valid"), std::string::npos) << out_.str();
 }
+
+// Sets an environment variable for one scope.
+struct ScopedEnv {
+    ScopedEnv(const char* name, const char* value) : name_(name) { ::setenv(name, value, 1); }
+    ~ScopedEnv() { ::unsetenv(name_); }
+    const char* name_;
+};
 
 TEST_F(ParallelRuns, AKilledWorkerCostsOnlyItsRun) {
     const std::string settings = WcMc("MONTE", 6);
@@ -130,19 +102,14 @@ TEST_F(ParallelRuns, AKilledWorkerCostsOnlyItsRun) {
     // others are what they were.
     const ScopedEnv kill("CANAL_TEST_WORKER_KILL", "3:always");
     const auto failed = RunWith("MONTE", settings, "2");
-    const Table runs = ReadCsv(dir_ / "MONTE-2-3" / "runs.csv");
-    const Table expected = ReadCsv(dir_ / "MONTE-1-1" / "runs.csv");
+    const Table runs = Csv("MONTE-2-3/runs.csv"), expected = Csv("MONTE-1-1/runs.csv");
     ASSERT_EQ(runs.rows.size(), expected.rows.size());
     const size_t valid = runs.Column("valid");
     for (size_t r = 0; r + 1 < runs.rows.size(); ++r) {
-        if (r == 4) {
-            EXPECT_EQ(runs.rows[r][valid], 0.0);
-            continue;
-        }
         for (size_t c = 0; c < runs.header.size(); ++c) {
-            if (c == 1) // the label is text
-                continue;
-            EXPECT_EQ(runs.rows[r][c], expected.rows[r][c]) << r << " " << runs.header[c];
+            if (c == 1 || (r == 4 && c != valid))
+                continue; // the label is text; the failed run has no values
+            EXPECT_EQ(runs.rows[r][c], r == 4 ? 0.0 : expected.rows[r][c]) << r << " " << c;
         }
     }
     EXPECT_NE(failed.at("results.txt")
@@ -180,10 +147,9 @@ TEST_F(WorkerHistory, ARunMadeAfterOtherRunsEqualsTheSameRunInAFreshWorker) {
     };
     // One worker makes all three runs, one after the other; then the last one alone.
     host::ForkedRunDistributor one(1, &host::NgSpiceSession::Get());
-    KeepingDistributor inTurn(one);
+    KeepingDistributor inTurn(one), alone(one);
     engine_.SetRunDistributor(&inTurn);
     EXPECT_TRUE(engine_.MapRuns(values.size(), job, [](size_t) { return true; }));
-    KeepingDistributor alone(one);
     engine_.SetRunDistributor(&alone);
     EXPECT_TRUE(engine_.MapRuns(
         1, [&](size_t) { job(2); }, [](size_t) { return true; }));
@@ -195,69 +161,60 @@ TEST_F(WorkerHistory, ARunMadeAfterOtherRunsEqualsTheSameRunInAFreshWorker) {
     EXPECT_FALSE(inTurn.bytes[1] == alone.bytes[0]) << "another value, another run";
 }
 
+// Each outcome as text, "INDEX: BYTES" or "INDEX failed: ERROR".
+std::vector<std::string> Outcomes(host::ForkedRunDistributor& workers, size_t count,
+                                  const CRunDistributor::Job& job, bool* finished = nullptr) {
+    std::vector<std::string> taken;
+    const bool done = workers.Map(count, job, [&](size_t i, const CRunOutcome& o) {
+        taken.push_back(std::to_string(i) + (o.ok ? ": " + o.bytes : " failed: " + o.error));
+        return true;
+    });
+    if (finished)
+        *finished = done;
+    return taken;
+}
+
 TEST_F(WorkerHistory, WhatNgspicePrintedBeforeAWorkerCrashedIsInTheFailure) {
     Load({"low pass", "v1 in 0 dc 1", "r1 in out 1k", "c1 out 0 100n"});
     host::ForkedRunDistributor workers(2, &host::NgSpiceSession::Get());
-    std::vector<CRunOutcome> outcomes;
-    EXPECT_TRUE(workers.Map(
-        2,
-        [&](size_t i) {
-            if (i == 1) {
-                (void)host::NgSpiceSession::Get().Command("print v(nowhere)");
-                ::raise(SIGSEGV);
-            }
-            return std::string("fine");
-        },
-        [&](size_t, const CRunOutcome& o) {
-            outcomes.push_back(o);
-            return true;
-        }));
-    ASSERT_EQ(outcomes.size(), 2u);
-    EXPECT_TRUE(outcomes[0].ok);
-    EXPECT_FALSE(outcomes[1].ok);
+    const std::vector<std::string> taken = Outcomes(workers, 2, [](size_t i) {
+        if (i == 1) {
+            (void)host::NgSpiceSession::Get().Command("print v(nowhere)");
+            ::raise(SIGSEGV);
+        }
+        return std::string("fine");
+    });
+    ASSERT_EQ(taken.size(), 2u);
+    EXPECT_EQ(taken[0], "0: fine");
     // "signal 11", or under a sanitizer, which turns the crash into an exit, "exit status 1".
-    EXPECT_NE(outcomes[1].error.find("run 2 ended by "), std::string::npos) << outcomes[1].error;
-    EXPECT_NE(outcomes[1].error.find("nowhere"), std::string::npos) << outcomes[1].error;
+    EXPECT_EQ(taken[1].rfind("1 failed: The worker making run 2 ended by ", 0), 0u) << taken[1];
+    EXPECT_NE(taken[1].find("nowhere"), std::string::npos) << taken[1];
 }
 
 TEST(ForkedRuns, OutcomesComeInOrderAndFailuresStoppingAndHangsCostOnlyTheirJobs) {
     // Later jobs finish first; outcomes still arrive in order. A throwing job is failed.
     host::ForkedRunDistributor workers(3);
-    std::vector<std::string> taken;
-    EXPECT_TRUE(workers.Map(
-        6,
-        [](size_t i) {
-            ::usleep(static_cast<useconds_t>((6 - i) * 3000));
-            if (i == 4)
-                throw std::runtime_error("no convergence");
-            return "job " + std::to_string(i);
-        },
-        [&](size_t i, const CRunOutcome& o) {
-            taken.push_back(std::to_string(i) + (o.ok ? ": " + o.bytes : " failed: " + o.error));
-            return true;
-        }));
-    EXPECT_EQ(taken, (std::vector<std::string>{"0: job 0", "1: job 1", "2: job 2", "3: job 3",
-                                               "4 failed: no convergence", "5: job 5"}));
+    EXPECT_EQ(Outcomes(workers, 6,
+                       [](size_t i) {
+                           ::usleep(static_cast<useconds_t>((6 - i) * 3000));
+                           if (i == 4)
+                               throw std::runtime_error("no convergence");
+                           return "job " + std::to_string(i);
+                       }),
+              (std::vector<std::string>{"0: job 0", "1: job 1", "2: job 2", "3: job 3",
+                                        "4 failed: no convergence", "5: job 5"}));
 
     // A job that hangs is ended by the timeout, made once more, then reported failed.
     host::ForkedRunDistributor patient(2);
     patient.SetRunTimeout(0.3);
-    taken.clear();
-    EXPECT_TRUE(patient.Map(
-        3,
-        [](size_t i) {
-            if (i == 1)
-                ::pause();
-            return std::string("done");
-        },
-        [&](size_t i, const CRunOutcome& o) {
-            taken.push_back(std::to_string(i) + (o.ok ? " ok" : " " + o.error));
-            return true;
-        }));
+    const std::vector<std::string> taken = Outcomes(patient, 3, [](size_t i) {
+        if (i == 1)
+            ::pause();
+        return std::string("done");
+    });
     ASSERT_EQ(taken.size(), 3u);
-    EXPECT_EQ(taken[0], "0 ok");
+    EXPECT_EQ(taken[0] + " " + taken[2], "0: done 2: done");
     EXPECT_NE(taken[1].find("timeout"), std::string::npos) << taken[1];
-    EXPECT_EQ(taken[2], "2 ok");
 
     // A stop request ends the map: what was taken stays, nothing after it is taken.
     size_t takes = 0;
@@ -269,8 +226,7 @@ TEST(ForkedRuns, OutcomesComeInOrderAndFailuresStoppingAndHangsCostOnlyTheirJobs
             return std::string();
         },
         [&](size_t i, const CRunOutcome&) {
-            EXPECT_EQ(i, takes);
-            ++takes;
+            EXPECT_EQ(i, takes++);
             return true;
         }));
     EXPECT_GE(takes, 2u);

@@ -8,12 +8,13 @@ trap 'rm -rf "$work"' EXIT
 
 sed 's/NumRuns:int{500}/NumRuns:int{24}/' "$data/amp.monte.prop" >"$work/mc.prop"
 "$canal" run "$data/amp.cir" MONTE --settings "$work/mc.prop" --jobs 1 --out "$work/one" >/dev/null
+# Output and messages apart: the status line on stderr shares no line with the summary.
 "$mpiexec" -n 2 --oversubscribe "$canal" run "$data/amp.cir" MONTE --settings "$work/mc.prop" \
-    --out "$work/ranks" >"$work/ranks.out" 2>&1 || { cat "$work/ranks.out"; exit 1; }
+    --out "$work/ranks" >"$work/ranks.out" 2>"$work/ranks.err" || { cat "$work"/ranks.*; exit 1; }
 
 # One summary: only rank 0 prints.
 summaries=$(grep -c '^MONTE: ' "$work/ranks.out" || true)
-[ "$summaries" = 1 ] || { echo "expected one summary, got $summaries:"; cat "$work/ranks.out"; exit 1; }
+[ "$summaries" = 1 ] || { echo "expected one summary, got $summaries:"; cat "$work"/ranks.*; exit 1; }
 (cd "$work/one" && ls) >"$work/one.list"
 (cd "$work/ranks" && ls) >"$work/ranks.list"
 diff "$work/one.list" "$work/ranks.list"

@@ -81,18 +81,16 @@ int main(int argc, char** argv) {
     const std::vector<CRunOutcome> reference = MapAll(here, kCount);
 
     Check(spread.size() == kCount && reference.size() == kCount, "every run taken");
-    for (size_t i = 0; i < spread.size() && i < reference.size(); ++i) {
-        Check(reference[i].ok && reference[i].bytes.size() > 100 * 16,
-              "run " + std::to_string(i) + " simulated: " + reference[i].error);
-        Check(spread[i].ok && spread[i].bytes == reference[i].bytes,
-              "run " + std::to_string(i) + " has the bytes of the in-process run");
-    }
+    for (size_t i = 0; i < spread.size() && i < reference.size(); ++i)
+        Check(reference[i].ok && reference[i].bytes.size() > 100 * 16 && spread[i].ok &&
+                  spread[i].bytes == reference[i].bytes,
+              "run " + std::to_string(i) + " simulated with the bytes of the in-process run: " +
+                  reference[i].error + spread[i].error);
     // Different resistances must give different curves, or the check above proves nothing.
     Check(spread.size() == kCount && spread[0].bytes != spread[kCount - 1].bytes,
           "runs differ from each other");
 
-    int failures = g_failures;
-    int total = 0;
+    int failures = g_failures, total = 0;
     MPI_Allreduce(&failures, &total, 1, MPI_INT, MPI_SUM, MPI_COMM_WORLD);
     if (total == 0 && session.IsRoot())
         std::printf("transient runs over %d rank(s) match the in-process runs\n", session.Size());

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -34,95 +35,56 @@ std::string BytesOf(size_t i) {
     return bytes;
 }
 
-struct Taken {
-    std::vector<size_t> indices;
-    std::vector<CRunOutcome> outcomes;
-};
-
-// How many jobs this rank ran, summed over every rank.
 long SumOverRanks(long mine) {
     long total = 0;
     MPI_Allreduce(&mine, &total, 1, MPI_LONG, MPI_SUM, MPI_COMM_WORLD);
     return total;
 }
 
-// Jobs that take a little time, so that every rank gets some, and throw at every seventh index.
-void ChecksEveryRankTakesTheSameOutcomesInOrder(CRunDistributor& distributor, size_t count,
-                                                const std::string& label) {
+// Maps `count` jobs that sleep `sleepMs` and throw at every seventh index; the indices taken,
+// in the order taken, each checked against what its job made. `keepGoing` answers each take.
+std::vector<size_t> MapChecked(CRunDistributor& distributor, size_t count, int sleepMs,
+                               const std::string& label, bool* finished = nullptr,
+                               const std::function<bool(size_t)>& keepGoing = {}) {
     long ran = 0;
-    Taken taken;
-    const bool finished = distributor.Map(
+    std::vector<size_t> taken;
+    const bool done = distributor.Map(
         count,
         [&](size_t i) {
             ++ran;
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            std::this_thread::sleep_for(std::chrono::milliseconds(sleepMs));
             if (i % 7 == 3)
                 throw std::runtime_error("run " + std::to_string(i) + " failed");
             return BytesOf(i);
         },
-        [&](size_t i, const CRunOutcome& outcome) {
-            taken.indices.push_back(i);
-            taken.outcomes.push_back(outcome);
-            return true;
+        [&](size_t i, const CRunOutcome& o) {
+            Check(i == taken.size(), label + ": outcome " + std::to_string(i) + " in order");
+            Check(i % 7 == 3 ? !o.ok && o.error == "run " + std::to_string(i) + " failed" &&
+                                   o.bytes.empty()
+                             : o.ok && o.bytes == BytesOf(i) && o.error.empty(),
+                  label + ": outcome of run " + std::to_string(i));
+            taken.push_back(i);
+            return !keepGoing || keepGoing(i);
         });
-    Check(finished, label + ": map finished");
-    Check(taken.indices.size() == count, label + ": every outcome taken once");
-    for (size_t k = 0; k < taken.indices.size(); ++k) {
-        const CRunOutcome& outcome = taken.outcomes[k];
-        Check(taken.indices[k] == k, label + ": outcome " + std::to_string(k) + " in order");
-        if (k % 7 == 3) {
-            Check(!outcome.ok && outcome.error == "run " + std::to_string(k) + " failed" &&
-                      outcome.bytes.empty(),
-                  label + ": run " + std::to_string(k) + " reports its exception");
-        } else {
-            Check(outcome.ok && outcome.bytes == BytesOf(k) && outcome.error.empty(),
-                  label + ": bytes of run " + std::to_string(k));
-        }
+    if (finished)
+        *finished = done;
+    // Each job ran exactly once over all ranks, and others than rank 0 ran some.
+    if (done && !keepGoing) {
+        Check(SumOverRanks(ran) == static_cast<long>(count), label + ": each job ran once");
+        int size = 1;
+        MPI_Comm_size(MPI_COMM_WORLD, &size);
+        if (size > 1 && count >= 10)
+            Check(SumOverRanks(g_rank > 0 ? ran : 0) > 0, label + ": other ranks ran jobs");
     }
-    const long total = SumOverRanks(ran);
-    Check(total == static_cast<long>(count),
-          label + ": each job ran exactly once over all ranks, " + std::to_string(total) + " runs");
-    int size = 1;
-    MPI_Comm_size(MPI_COMM_WORLD, &size);
-    if (size > 1 && count >= 10)
-        Check(SumOverRanks(g_rank > 0 ? ran : 0) > 0, label + ": other ranks ran jobs");
+    return taken;
 }
 
-// Rank 0's take alone ends the map at index 5; every rank must end there too.
-void ChecksRootsTakeEndsTheMapOnEveryRank(CRunDistributor& distributor) {
-    std::vector<size_t> indices;
-    const bool finished = distributor.Map(
-        40, [](size_t i) { return BytesOf(i); },
-        [&](size_t i, const CRunOutcome& outcome) {
-            indices.push_back(i);
-            Check(outcome.ok && outcome.bytes == BytesOf(i),
-                  "early end: bytes of " + std::to_string(i));
-            return !(g_rank == 0 && i == 5);
-        });
-    Check(finished, "early end: a take that returns false is not a stop");
-    Check(indices == std::vector<size_t>{0, 1, 2, 3, 4, 5},
-          "early end: outcomes 0..5 taken, got " + std::to_string(indices.size()));
-}
-
-// A take that throws (on every rank alike, as deterministic code does) leaves Map on every rank
-// with the exception after the same outcomes, and the next map still finds the ranks in step.
-void ChecksAThrowingTakeLeavesEveryRankInStep(CRunDistributor& distributor) {
-    std::vector<size_t> indices;
-    std::string caught;
-    try {
-        distributor.Map(
-            30, [](size_t i) { return BytesOf(i); },
-            [&](size_t i, const CRunOutcome&) {
-                indices.push_back(i);
-                if (i == 8)
-                    throw std::runtime_error("take failed at 8");
-                return true;
-            });
-    } catch (const std::exception& e) {
-        caught = e.what();
-    }
-    Check(caught == "take failed at 8", "throwing take: Map rethrows, got \"" + caught + "\"");
-    Check(indices.size() == 9 && indices.back() == 8, "throwing take: outcomes 0..8 taken");
+// Every outcome taken once, in order.
+void ChecksEveryRankTakesTheSameOutcomesInOrder(CRunDistributor& distributor, size_t count,
+                                                const std::string& label) {
+    bool finished = false;
+    Check(MapChecked(distributor, count, 2, label, &finished).size() == count && finished,
+          label + ": every outcome taken once");
 }
 
 } // namespace
@@ -134,38 +96,46 @@ int main(int argc, char** argv) {
 
     auto distributor = host::mpi::MakeMpiDistributor(session);
     Check(distributor->Width() == session.Size(), "every rank runs jobs");
-    ChecksEveryRankTakesTheSameOutcomesInOrder(*distributor, 60, "first map");
     // Later maps must find every rank in step: a different count, an empty one, a single job.
-    ChecksEveryRankTakesTheSameOutcomesInOrder(*distributor, 23, "second map");
-    ChecksEveryRankTakesTheSameOutcomesInOrder(*distributor, 0, "empty map");
-    ChecksEveryRankTakesTheSameOutcomesInOrder(*distributor, 1, "one job");
-    ChecksRootsTakeEndsTheMapOnEveryRank(*distributor);
-    ChecksAThrowingTakeLeavesEveryRankInStep(*distributor);
+    for (const size_t count : {60, 23, 0, 1})
+        ChecksEveryRankTakesTheSameOutcomesInOrder(*distributor, count,
+                                                   "map of " + std::to_string(count));
+
+    // Rank 0's take alone ends the map at index 5; every rank must end there too, and a take
+    // that returns false is not a stop.
+    bool finished = false;
+    const std::vector<size_t> early = MapChecked(*distributor, 40, 0, "early end", &finished,
+                                                 [](size_t i) { return !(g_rank == 0 && i == 5); });
+    Check(finished && early.size() == 6, "early end: outcomes 0..5 taken");
+
+    // A take that throws (on every rank alike, as deterministic code does) leaves Map on every
+    // rank with the exception after the same outcomes, and the next map finds the ranks in step.
+    std::string caught;
+    std::vector<size_t> thrown;
+    try {
+        MapChecked(*distributor, 30, 0, "throwing take", nullptr, [&](size_t i) {
+            thrown.push_back(i);
+            if (i == 8)
+                throw std::runtime_error("take failed at 8");
+            return true;
+        });
+    } catch (const std::exception& e) {
+        caught = e.what();
+    }
+    Check(caught == "take failed at 8" && thrown.size() == 9, "throwing take: rethrown after 9");
 
     // A stop seen on rank 0 after its fourth outcome ends the map on every rank with false.
     size_t rootTaken = 0;
     host::mpi::CMpiDistributorOptions options;
     options.stopRequested = [&] { return rootTaken >= 4; };
     auto stoppable = host::mpi::MakeMpiDistributor(session, options);
-    std::vector<size_t> indices;
-    const bool finished = stoppable->Map(
-        200,
-        [](size_t i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-            return BytesOf(i);
-        },
-        [&](size_t i, const CRunOutcome&) {
-            indices.push_back(i);
-            if (session.IsRoot())
-                ++rootTaken;
+    const std::vector<size_t> stopped =
+        MapChecked(*stoppable, 200, 2, "stop", &finished, [&](size_t) {
+            rootTaken += session.IsRoot();
             return true;
         });
-    Check(!finished, "stop: map reports the stop");
-    Check(indices.size() >= 4 && indices.size() < 200, "stop: ended early after the request");
-    for (size_t k = 0; k < indices.size(); ++k)
-        Check(indices[k] == k, "stop: taken in order");
-    unsigned long count = indices.size();
-    unsigned long rootCount = count;
+    Check(!finished && stopped.size() >= 4 && stopped.size() < 200, "stop: ended early");
+    unsigned long count = stopped.size(), rootCount = count;
     MPI_Bcast(&rootCount, 1, MPI_UNSIGNED_LONG, 0, MPI_COMM_WORLD);
     Check(count == rootCount, "stop: every rank took as many outcomes as rank 0");
 
@@ -180,10 +150,9 @@ int main(int argc, char** argv) {
     }
     ChecksEveryRankTakesTheSameOutcomesInOrder(*distributor, 12, "after the others");
 
-    if (g_failures == 0 && session.IsRoot())
-        std::printf("all checks passed on %d rank(s)\n", session.Size());
-    int failures = g_failures;
-    int total = 0;
+    int failures = g_failures, total = 0;
     MPI_Allreduce(&failures, &total, 1, MPI_INT, MPI_SUM, MPI_COMM_WORLD);
+    if (total == 0 && session.IsRoot())
+        std::printf("all checks passed on %d rank(s)\n", session.Size());
     return total == 0 ? 0 : 1;
 }
