@@ -29,7 +29,6 @@ TEST(Tool, PrintsWhatMainPrintsAndExitsWithItsStatus) {
     const auto [status, out] = RunTool("script AC --mask 1");
     EXPECT_EQ(status, 0);
     EXPECT_EQ(out, canal_test::Canal({"script", "AC", "--mask", "1"}).out);
-    EXPECT_NE(out, "");
 
     EXPECT_EQ(RunTool("describe AC --mask x").first, 2);
     // An analysis without output variables cannot run: the run fails before ngspice.
