@@ -53,35 +53,27 @@ TEST(PlotEventSink, CallsBackOnlyForMatchingArgumentsAndAnswersByTheResult) {
     const CSpiceArgs data(CSpiceArgs::Data, &row);
     const CSpiceArgs end(CSpiceArgs::EndPlot, &plot);
 
-    // A callback above 0 means "go on": the host is answered 0.
-    EXPECT_EQ(Send(analysis, &source, 4004, &begin), 0);
-    EXPECT_EQ(Send(analysis, &source, 4005, &data), 0);
-    EXPECT_EQ(Send(analysis, &source, 4006, &end), 0);
-    EXPECT_EQ(analysis.calls, (std::vector<std::string>{"begin tran1", "data", "end tran1"}));
-
-    // 0 or less means "abort": the host is answered 1.
-    for (const int answer : {0, -3}) {
+    // A callback above 0 means "go on": the host is answered 0; 0 or less means "abort": 1.
+    for (const int answer : {1, 0, -3}) {
         analysis.answer = answer;
-        EXPECT_EQ(Send(analysis, &source, 4004, &begin), 1);
-        EXPECT_EQ(Send(analysis, &source, 4005, &data), 1);
-        EXPECT_EQ(Send(analysis, &source, 4006, &end), 1);
+        for (const auto& [id, args] : {std::pair{4004L, &begin}, {4005L, &data}, {4006L, &end}})
+            EXPECT_EQ(Send(analysis, &source, id, args), answer > 0 ? 0 : 1) << id << answer;
     }
     EXPECT_EQ(analysis.calls.size(), 9u);
+    EXPECT_EQ(std::vector<std::string>(analysis.calls.begin(), analysis.calls.begin() + 3),
+              (std::vector<std::string>{"begin tran1", "data", "end tran1"}));
 
-    // Mismatched kinds and missing payloads answer 0 and never reach the analysis.
+    // Mismatched kinds, missing payloads, no source, event data or variant, and ids outside
+    // 4004-4007 answer 0 and never reach the analysis.
     analysis.calls.clear();
     const CSpiceArgs noPayload(CSpiceArgs::BeginPlot, nullptr);
-    EXPECT_EQ(Send(analysis, &source, 4004, &data), 0);
-    EXPECT_EQ(Send(analysis, &source, 4004, &noPayload), 0);
-    EXPECT_EQ(Send(analysis, &source, 4005, &begin), 0);
-    EXPECT_EQ(Send(analysis, &source, 4006, &data), 0);
-    EXPECT_EQ(Send(analysis, &source, 4004, IITVariant(5L)), 0);
-    // Without a source, event data or variant, or outside 4004-4007, the event is passed on.
-    EXPECT_EQ(Send(analysis, nullptr, 4004, &begin), 0);
-    EXPECT_EQ(Send(analysis, &source, 4004, IITVariant()), 0);
+    const std::tuple<CEventSource*, long, IITVariant> ignored[] = {
+        {&source, 4004, &data},        {&source, 4004, &noPayload},     {&source, 4005, &begin},
+        {&source, 4006, &data},        {&source, 4004, IITVariant(5L)}, {nullptr, 4004, &begin},
+        {&source, 4004, IITVariant()}, {&source, 4003, &begin},         {&source, 4008, &data}};
+    for (const auto& [from, id, value] : ignored)
+        EXPECT_EQ(Send(analysis, from, id, value), 0) << id;
     EXPECT_EQ(analysis.HandleEventIndirect(&source, nullptr), 0);
-    EXPECT_EQ(Send(analysis, &source, 4003, &begin), 0);
-    EXPECT_EQ(Send(analysis, &source, 4008, &data), 0);
     EXPECT_TRUE(analysis.calls.empty());
 }
 
