@@ -5,49 +5,37 @@
 
 #include <cmath>
 
+namespace {
+
+std::pair<double, double> Ends(const CMinMax& r) {
+    return {r.GetMin(), r.GetMax()};
+}
+
+} // namespace
+
 TEST(CMinMax, IsNullUntilTheFirstPointThenGrows) {
     CMinMax r;
-    EXPECT_TRUE(r.IsNull());
     r.Add(std::nan(""));
     EXPECT_TRUE(r.IsNull()) << "a NaN is no point";
-
     r.Add(3.0);
-    EXPECT_FALSE(r.IsNull());
-    EXPECT_EQ(r.GetMin(), 3.0);
-    EXPECT_EQ(r.GetMax(), 3.0);
-    r.Add(-1.5);
-    r.Add(7.25);
-    r.Add(2.0);
-    r.Add(std::nan(""));
-    EXPECT_EQ(r.GetMin(), -1.5);
-    EXPECT_EQ(r.GetMax(), 7.25);
-
-    CMinMax ordered(9.0, -4.0);
-    EXPECT_EQ(ordered.GetMin(), -4.0);
-    EXPECT_EQ(ordered.GetMax(), 9.0);
-
+    EXPECT_EQ(Ends(r), std::make_pair(3.0, 3.0));
+    for (const double v : {-1.5, 7.25, 2.0, std::nan("")})
+        r.Add(v);
+    EXPECT_EQ(Ends(r), std::make_pair(-1.5, 7.25));
+    EXPECT_EQ(Ends(CMinMax(9.0, -4.0)), std::make_pair(-4.0, 9.0));
     r.Reset();
     EXPECT_TRUE(r.IsNull());
     EXPECT_EQ(r, CMinMax());
-}
 
-TEST(CMinMax, SetOneEndOnANullRangeSetsBoth) {
-    CMinMax a;
+    // Setting one end of a null range sets both.
+    CMinMax a, b;
     a.SetMin(1e-3);
-    EXPECT_FALSE(a.IsNull());
-    EXPECT_EQ(a.GetMin(), 1e-3);
-    EXPECT_EQ(a.GetMax(), 1e-3);
+    EXPECT_EQ(Ends(a), std::make_pair(1e-3, 1e-3));
     a.SetMax(10.0);
-    EXPECT_EQ(a.GetMin(), 1e-3);
-    EXPECT_EQ(a.GetMax(), 10.0);
     a.SetMin(-2.0);
-    EXPECT_EQ(a.GetMin(), -2.0);
-    EXPECT_EQ(a.GetMax(), 10.0);
-
-    CMinMax b;
+    EXPECT_EQ(Ends(a), std::make_pair(-2.0, 10.0));
     b.SetMax(5.0);
-    EXPECT_EQ(b.GetMin(), 5.0);
-    EXPECT_EQ(b.GetMax(), 5.0);
+    EXPECT_EQ(Ends(b), std::make_pair(5.0, 5.0));
     EXPECT_NE(a, b);
 }
 
@@ -66,7 +54,6 @@ TEST(CGrapherAxes, ResetEmptiesRangesClearsFlagAndUnsetsScales) {
     axes.SetScale(1, 2);
     axes.SetScale(3, 0);
     EXPECT_NE(axes, fresh);
-
     axes.Reset();
     EXPECT_EQ(axes, fresh);
 }
