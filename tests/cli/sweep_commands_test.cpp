@@ -15,8 +15,6 @@ using canal_test::Result;
 // One saved and plotted output variable: what every sweep needs to be simulated.
 const std::string kNodes =
     "NODES:list{Nodes:list{NODE:list{Name:string{v(out)} Kind:int{3} Flags:int{768}}}} ";
-const std::string kDefaultTran = "exec: -param hrange 0 0.001; tran  -env-options 0.001 0.001 0 "
-                                 "0.001 auto_ic auto_tstep auto_tmax \n";
 
 class SweepFile : public ::testing::Test {
 protected:
@@ -32,99 +30,49 @@ private:
     int written_ = 0;
 };
 
-TEST_F(SweepFile, PlanPrintsEveryRequestInOrderForEveryWalk) {
-    const std::string ac = "exec: -param vscale lin; -param hscale lin; -param hrange 100 500; "
-                           "ac  -env-options lin 5 100 500 \n";
-    struct Case {
-        const char* nickname;
-        std::string analysis;
-        std::string plan;
-    };
-    const Case cases[] = {
-        // Linear temperatures over the default transient.
-        {"TSWEEP",
-         "TemperatureSweep:list{Variation:int{1} Start:double{250} Stop:double{350} "
-         "NumItems:double{3}} SweepType:int{2}",
-         "exec: set temp = 250\n" + kDefaultTran + "exec: set temp = 300\n" + kDefaultTran +
-             "exec: set temp = 350\n" + kDefaultTran +
-             "exec: set -temp\n"
-             "log: Temperature Sweep\n"
-             "log:   TEMP=250: Temperature=250\n"
-             "log:   TEMP=300: Temperature=300\n"
-             "log:   TEMP=350: Temperature=350\n"
-             "result: 1\n"},
-        // Octaves of an instance named alone (device and model print as "-"), over the
-        // sweep's own AC settings; the point count is recounted from start and stop.
-        {"PSWEEP",
-         "DeviceSweep:list{Variation:int{2} Start:double{1000} Stop:double{4000} "
-         "NumItems:double{0}} AnalysisType:int{1} InstToSweep:list{name:string{r2}} "
-         "InstParamToSweep:list{name:string{resistance} value:double{2000}} "
-         "Ac:list{VARIATION:string{lin} NPOINTS_PER_VARIATION:double{5} FSTART:double{100} "
-         "FSTOP:double{500}}",
-         "param 2018 - - r2 resistance = 1000\n" + ac + "param 2018 - - r2 resistance = 2000\n" +
-             ac + "param 2018 - - r2 resistance = 4000\n" + ac +
-             "param 2018 - - r2 resistance = 2000\n"
-             "log: Parameter Sweep\n"
-             "log:   SWEEP#1: r2[resistance]=1000\n"
-             "log:   SWEEP#2: r2[resistance]=2000\n"
-             "log:   SWEEP#3: r2[resistance]=4000\n"
-             "result: 1\n"},
-        // A nested temperature sweep, hand-written under the TSWEEP label, runs in full for
-        // every outer value; one counter numbers the runs of both levels.
-        {"PSWEEP",
-         "DeviceSweep:list{Variation:int{1} Start:double{1000} Stop:double{2000} "
-         "NumItems:double{2}} AnalysisType:int{3} InstToSweep:list{name:string{r1}} "
-         "InstParamToSweep:list{name:string{resistance} value:double{1000}} "
-         "TSWEEP:list{TemperatureSweep:list{Variation:int{3} List:array{250 350}} "
-         "SweepType:int{2} AnalysisType:int{0}}",
-         "param 2018 - - r1 resistance = 1000\n"
-         "exec: set temp = 250\nexec: op;\nexec: set temp = 350\nexec: op;\nexec: set -temp\n"
-         "param 2018 - - r1 resistance = 2000\n"
-         "exec: set temp = 250\nexec: op;\nexec: set temp = 350\nexec: op;\nexec: set -temp\n"
-         "param 2018 - - r1 resistance = 1000\n"
-         "log: Parameter Sweep\n"
-         "log:   SWEEP#1: r1[resistance]=1000\n"
-         "log:     TEMP=250: r1[resistance]=1000, Temperature=250\n"
-         "log:     TEMP=350: r1[resistance]=1000, Temperature=350\n"
-         "log:   SWEEP#4: r1[resistance]=2000\n"
-         "log:     TEMP=250: r1[resistance]=2000, Temperature=250\n"
-         "log:     TEMP=350: r1[resistance]=2000, Temperature=350\n"
-         "result: 1\n"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.analysis);
-        const Result r =
-            Canal({"plan", c.nickname, "--settings", Settings(c.nickname, c.analysis)});
-        EXPECT_EQ(r.status, 0) << r.err;
-        EXPECT_EQ(r.err, "");
-        EXPECT_EQ(r.out, c.plan);
-    }
-    const Result help = Canal({"plan", "--help"});
-    EXPECT_NE(help.out.find("TemperatureSweep:list{Variation:int{3} List:array{250 300.15 350}}\n"
+TEST_F(SweepFile, PlanPrintsEveryRequestInOrderAndChecksItsArguments) {
+    // A nested temperature sweep, hand-written under the TSWEEP label, runs in full for every
+    // outer value; one counter numbers the runs of both levels.
+    const Result nested =
+        Canal({"plan", "PSWEEP", "--settings",
+               Settings("PSWEEP",
+                        "DeviceSweep:list{Variation:int{1} Start:double{1000} "
+                        "Stop:double{2000} NumItems:double{2}} AnalysisType:int{3} "
+                        "InstToSweep:list{name:string{r1}} "
+                        "InstParamToSweep:list{name:string{resistance} value:double{1000}} "
+                        "TSWEEP:list{TemperatureSweep:list{Variation:int{3} List:array{250 350}} "
+                        "SweepType:int{2} AnalysisType:int{0}}")});
+    EXPECT_EQ(nested.err, "");
+    EXPECT_EQ(nested.out,
+              "param 2018 - - r1 resistance = 1000\n"
+              "exec: set temp = 250\nexec: op;\nexec: set temp = 350\nexec: op;\nexec: set -temp\n"
+              "param 2018 - - r1 resistance = 2000\n"
+              "exec: set temp = 250\nexec: op;\nexec: set temp = 350\nexec: op;\nexec: set -temp\n"
+              "param 2018 - - r1 resistance = 1000\n"
+              "log: Parameter Sweep\n"
+              "log:   SWEEP#1: r1[resistance]=1000\n"
+              "log:     TEMP=250: r1[resistance]=1000, Temperature=250\n"
+              "log:     TEMP=350: r1[resistance]=1000, Temperature=350\n"
+              "log:   SWEEP#4: r1[resistance]=2000\n"
+              "log:     TEMP=250: r1[resistance]=2000, Temperature=250\n"
+              "log:     TEMP=350: r1[resistance]=2000, Temperature=350\n"
+              "result: 1\n");
+    EXPECT_NE(Canal({"plan", "--help"})
+                  .out.find("TemperatureSweep:list{Variation:int{3} List:array{250 300.15 350}}\n"
                             "      SweepType:int{2} AnalysisType:int{0}}}"),
-              std::string::npos)
-        << help.out;
-}
+              std::string::npos);
 
-TEST_F(SweepFile, PlanChecksItsArgumentsAndPlainAnalysesPrintTheirStatements) {
     const Result bare = Canal({"plan", "PSWEEP"});
     EXPECT_EQ(bare.status, 1);
-    EXPECT_EQ(bare.out, "");
     EXPECT_EQ(bare.err, "canal: plan: Parameter Sweep cannot be simulated: Output variables "
                         "must be specified before\nperforming a simulation.\n");
-
     const std::string path = Settings("TSWEEP", "");
-    const Result seeded = Canal({"plan", "TSWEEP", "--settings", path, "--seed", "42"});
-    EXPECT_EQ(seeded.status, 0) << seeded.err;
     // The default linear walk (start = stop = 0) reads back as one point, so the sweep runs
     // once at 0 and then puts back what its parameter held.
-    EXPECT_EQ(seeded.out, "param 2018 - - - - = 0\n"
-                          "exec: -param hrange 0 0.001; tran  -env-options 0.001 0.001 0 0.001 "
-                          "auto_ic auto_tstep auto_tmax \n"
-                          "param 2018 - - - - = \n"
-                          "log: Temperature Sweep\n"
-                          "log:   SWEEP#1: []=0\n"
-                          "result: 1\n");
+    EXPECT_EQ(Canal({"plan", "TSWEEP", "--settings", path, "--seed", "42"}).out,
+              "param 2018 - - - - = 0\nexec: -param hrange 0 0.001; tran  -env-options 0.001 "
+              "0.001 0 0.001 auto_ic auto_tstep auto_tmax \nparam 2018 - - - - = \n"
+              "log: Temperature Sweep\nlog:   SWEEP#1: []=0\nresult: 1\n");
     for (const char* seed : {"-1", "x", "", "18446744073709551616"}) {
         const Result bad = Canal({"plan", "TSWEEP", "--settings", path, "--seed", seed});
         EXPECT_EQ(bad.status, 2);
@@ -134,17 +82,10 @@ TEST_F(SweepFile, PlanChecksItsArgumentsAndPlainAnalysesPrintTheirStatements) {
     }
     EXPECT_EQ(Canal({"plan", "PostProc"}).status, 2);
     EXPECT_EQ(Canal({"plan", "psweep"}).status, 2);
-
-    const Result ac = Canal({"plan", "AC", "--settings", Settings("AC", "")});
-    EXPECT_EQ(ac.status, 0) << ac.err;
-    EXPECT_EQ(ac.out, "exec: -param vscale log\n"
-                      "exec: -param hscale log\n"
-                      "exec: -param hrange 1 1e+10\n"
-                      "exec: ac  -env-options dec 10 1 1e+10\n"
-                      "result: 1\n");
-    EXPECT_EQ(Canal({"help", "plan"})
-                  .out.rfind("Usage: canal plan NICKNAME [--settings FILE] [--seed N]\n", 0),
-              0u);
+    // A plain analysis: one request per statement.
+    EXPECT_EQ(Canal({"plan", "AC", "--settings", Settings("AC", "")}).out,
+              "exec: -param vscale log\nexec: -param hscale log\nexec: -param hrange 1 1e+10\n"
+              "exec: ac  -env-options dec 10 1 1e+10\nresult: 1\n");
 }
 
 // The record of a fresh sweep: every variation an empty list, an instance sweep with a
