@@ -55,37 +55,12 @@ TEST(IITVariant, ConvertsBetweenNumbersAndText) {
     EXPECT_EQ(IITVariant("text").GetString(), "text");
 }
 
-namespace {
-
-class DataCounter : public CEventSink {
-public:
-    int HandleEventIndirect(CEventSource* source, const EventData* data) override {
-        if (source && data && data->id == 4005 && data->value.GetSpiceArgsPtr()) {
-            ++rows;
-            return 1;
-        }
-        return CEventSink::HandleEventIndirect(source, data);
-    }
-    int rows = 0;
-};
-
-} // namespace
-
-TEST(CEventSink, BaseIgnoresWhatDerivedSinksPassOn) {
+TEST(CEventSink, TheBaseIgnoresEveryEvent) {
     CEventSource source("ngspice");
     CSpiceDataRow row;
     const CSpiceArgs args(CSpiceArgs::Data, &row);
     const EventData data{4005, IITVariant(&args)};
-    const EventData other{4007, IITVariant(&args)};
-
     CEventSink base("base", "ignores everything");
     EXPECT_EQ(base.HandleEventIndirect(&source, &data), 0);
     EXPECT_EQ(base.HandleEventIndirect(nullptr, nullptr), 0);
-
-    DataCounter counter;
-    CEventSink& sink = counter;
-    EXPECT_EQ(sink.HandleEventIndirect(&source, &data), 1);
-    EXPECT_EQ(sink.HandleEventIndirect(&source, &other), 0);
-    EXPECT_EQ(sink.HandleEventIndirect(&source, nullptr), 0);
-    EXPECT_EQ(counter.rows, 1);
 }

@@ -124,17 +124,29 @@ TEST(Svg, SmallPlotIsDrawnExactly) {
 }
 
 TEST(Svg, AcPlotIsWellFormedWithOnePointPerValueInBothPanels) {
-    std::string svg = report::ToSvg(AcPage(61));
+    const std::string svg = report::ToSvg(AcPage(61));
     EXPECT_EQ(TagBalanceProblem(svg), "");
-    EXPECT_EQ(svg.rfind("<?xml", 0), 0u);
     EXPECT_EQ(PolylinePointCounts(svg), (std::vector<size_t>{61, 61})); // magnitude, phase
-    EXPECT_NE(svg.find("AC &lt;sweep&gt; &amp; more"), std::string::npos);
-    EXPECT_NE(svg.find("magnitude (dB)"), std::string::npos);
-    EXPECT_NE(svg.find("phase (deg)"), std::string::npos);
-    EXPECT_NE(svg.find("frequency (Hz)"), std::string::npos);
-    EXPECT_NE(svg.find(">1k</text>"), std::string::npos); // decade label in engineering form
-    EXPECT_NE(svg.find(">1M</text>"), std::string::npos);
-    EXPECT_NE(svg.find(">-90</text>"), std::string::npos); // phase ticks on whole angles
+    // Decade labels in engineering form, phase ticks on whole angles.
+    for (const char* text : {"AC &lt;sweep&gt; &amp; more", ">magnitude (dB)<", ">phase (deg)<",
+                             ">frequency (Hz)<", ">1k</text>", ">1M</text>", ">-90</text>"})
+        EXPECT_NE(svg.find(text), std::string::npos) << text;
+
+    // Third-order low pass: the phase passes -180 degrees, which atan2 wraps to +180.
+    report::Page page;
+    page.xName = "frequency";
+    report::Trace t{"v(out)", {}, {}, true, {}};
+    for (int i = 0; i <= 40; ++i) {
+        const double w = std::pow(10.0, -2.0 + i * 0.1);
+        const std::complex<double> h = 1.0 / std::pow(std::complex<double>(1.0, w), 3);
+        page.x.push_back(w);
+        t.re.push_back(h.real());
+        t.im.push_back(h.imag());
+    }
+    page.traces.push_back(t);
+    const std::string phase = report::ToSvg(page);
+    EXPECT_NE(phase.find(">-270</text>"), std::string::npos) << "no wrap jump";
+    EXPECT_EQ(phase.find(">180</text>"), std::string::npos);
 }
 
 TEST(Svg, NanEmptySinglePointAndFlatTracesStillGiveAValidPlot) {
@@ -144,70 +156,46 @@ TEST(Svg, NanEmptySinglePointAndFlatTracesStillGiveAValidPlot) {
     page.traces.push_back({"gappy", {1.0, NAN, 2.0, INFINITY, 3.0}, {}, true, {}});
     page.traces.push_back({"empty", {}, {}, true, {}});
     page.traces.push_back({"flat", {5.0, 5.0, 5.0, 5.0, 5.0}, {}, true, {}});
-    std::string svg = report::ToSvg(page);
+    const std::string svg = report::ToSvg(page);
     EXPECT_EQ(TagBalanceProblem(svg), "");
     // "gappy" breaks into three runs of one point, "flat" is one run of five.
     EXPECT_EQ(PolylinePointCounts(svg), (std::vector<size_t>{1, 1, 1, 5}));
-    EXPECT_EQ(svg.find("nan"), std::string::npos);
-    EXPECT_EQ(svg.find("voltage (V)"), std::string::npos); // no common quantity
-    EXPECT_EQ(svg.find("inf"), std::string::npos);
+    for (const char* absent : {"nan", "inf", "voltage (V)"}) // no common quantity
+        EXPECT_EQ(svg.find(absent), std::string::npos) << absent;
 
     report::Page single;
-    single.xName = "time";
     single.x = {2.0};
     single.traces.push_back({"one", {0.0}, {}, true, {}});
-    std::string one = report::ToSvg(single);
+    const std::string one = report::ToSvg(single);
     EXPECT_EQ(TagBalanceProblem(one), "");
     EXPECT_NE(one.find("<circle"), std::string::npos);
 
-    report::Page nothing;
-    nothing.x = {1.0, 2.0};
-    nothing.traces.push_back({"all nan", {NAN, NAN}, {}, true, {}});
-    std::string none = report::ToSvg(nothing);
+    single.traces[0].re = {NAN};
+    const std::string none = report::ToSvg(single);
     EXPECT_EQ(TagBalanceProblem(none), "");
     EXPECT_TRUE(PolylinePointCounts(none).empty());
     EXPECT_NE(none.find("no data"), std::string::npos);
 }
 
-TEST(Svg, PhaseIsPlottedWithoutWrapJumps) {
-    // Third-order low pass: the phase passes -180 degrees, which atan2 wraps to +180.
-    report::Page page;
-    page.xName = "frequency";
-    report::Trace t{"v(out)", {}, {}, true, {}};
-    for (int i = 0; i <= 40; ++i) {
-        double w = std::pow(10.0, -2.0 + i * 0.1);
-        std::complex<double> h = 1.0 / std::pow(std::complex<double>(1.0, w), 3);
-        page.x.push_back(w);
-        t.re.push_back(h.real());
-        t.im.push_back(h.imag());
-    }
-    page.traces.push_back(t);
-    std::string svg = report::ToSvg(page);
-    EXPECT_NE(svg.find(">-270</text>"), std::string::npos);
-    EXPECT_EQ(svg.find(">180</text>"), std::string::npos);
-}
-
-TEST(Svg, LegendShortensLongNamesAndCountsTheTracesThatDoNotFit) {
+TEST(Svg, LegendShortensNamesGroupsSweptValuesAndCountsWhatDoesNotFit) {
     report::Page page;
     page.xName = "time";
     page.x = {0.0, 1.0};
     for (int i = 0; i < 30; ++i)
         page.traces.push_back(
             {"v(a-rather-long-node-name-" + std::to_string(i) + ")", {0, 1}, {}, true, {}});
-    const std::string svg = report::ToSvg(page);
-    const std::string legend = svg.substr(svg.find("<g class=\"legend\">"));
+    std::string svg = report::ToSvg(page);
+    std::string legend = svg.substr(svg.find("<g class=\"legend\">"));
     // 520 pixels leave room for 23 lines: 22 traces and the count of the other 8.
     EXPECT_EQ(std::count(legend.begin(), legend.end(), '~'), 22);
     EXPECT_NE(legend.find(">v(a-rather-long-node-~</text>"), std::string::npos) << legend;
     EXPECT_NE(legend.find(">... and 8 more</text>"), std::string::npos) << legend;
-}
 
-TEST(Svg, LegendNamesTheSweptValuesUnderTheVariableTheyShare) {
-    report::Page page;
-    page.x = {0.0, 1.0};
+    page.traces.clear();
     for (const char* label : {"v(out), Temperature=273.15", "v(out), Temperature=358.15"})
         page.traces.push_back({label, {0, 1}, {}, true, {}});
-    const std::string legend = report::ToSvg(page).substr(report::ToSvg(page).find("legend"));
+    svg = report::ToSvg(page);
+    legend = svg.substr(svg.find("<g class=\"legend\">"));
     EXPECT_NE(legend.find("font-weight=\"bold\">v(out)</text>"), std::string::npos) << legend;
     EXPECT_NE(legend.find(">Temperature=358.15</text>"), std::string::npos) << legend;
 }
@@ -225,13 +213,12 @@ TEST(Svg, RunsOfAStatisticalAnalysisAreASampledBackgroundBehindTheNominalAndWors
     EXPECT_EQ(TagBalanceProblem(svg), "");
     EXPECT_EQ(PolylinePointCounts(svg).size(), 102u);
     // Drawn over the background: the nominal and the worst run come last.
-    const std::string traces = svg.substr(0, svg.find("<g class=\"legend\">"));
-    EXPECT_GT(traces.find("stroke=\"#222222\" stroke-width=\"2.4\""),
-              traces.rfind("stroke=\"#aab4c0\""));
-    const std::string legend = svg.substr(svg.find("<g class=\"legend\">"));
-    EXPECT_NE(legend.find(">Nominal</text>"), std::string::npos);
-    EXPECT_NE(legend.find(">Worst</text>"), std::string::npos);
-    EXPECT_NE(legend.find(">150 others, 100 drawn</text>"), std::string::npos);
+    const size_t legendAt = svg.find("<g class=\"legend\">");
+    EXPECT_GT(svg.rfind("stroke=\"#222222\" stroke-width=\"2.4\"", legendAt),
+              svg.rfind("stroke=\"#aab4c0\"", legendAt));
+    const std::string legend = svg.substr(legendAt);
+    for (const char* text : {">Nominal</text>", ">Worst</text>", ">150 others, 100 drawn</text>"})
+        EXPECT_NE(legend.find(text), std::string::npos) << text;
     EXPECT_EQ(legend.find("Run #"), std::string::npos);
 }
 
@@ -257,7 +244,7 @@ TEST(Svg, PointsSharingAPixelColumnKeepTheirEnvelope) {
     EXPECT_LT(top, 100.0);
 }
 
-TEST(Svg, VerticalTitleNamesTheCommonQuantity) {
+TEST(Svg, AxesNameTheCommonQuantityAndOnlyPlottedValuesOverXMakeAGraph) {
     report::Page page;
     page.xName = "time";
     page.x = {0.0, 1.0};
@@ -270,23 +257,19 @@ TEST(Svg, VerticalTitleNamesTheCommonQuantity) {
     EXPECT_NE(report::ToSvg(page).find(">current (A)</text>"), std::string::npos);
     page.yAxis.label = "amps";
     EXPECT_NE(report::ToSvg(page).find(">amps</text>"), std::string::npos);
-}
 
-TEST(Svg, LogAxisDropsValuesThatHaveNoLogarithm) {
-    report::Page page;
-    page.xName = "frequency";
-    page.xAxis.scale = "log";
-    page.x = {0.0, 10.0, 100.0, 1000.0};
-    page.traces.push_back({"v", {1.0, 2.0, 3.0, 4.0}, {}, true, {}});
-    EXPECT_EQ(PolylinePointCounts(report::ToSvg(page)), (std::vector<size_t>{3}));
-}
+    // A log axis drops values that have no logarithm.
+    report::Page log;
+    log.xAxis.scale = "log";
+    log.x = {0.0, 10.0, 100.0, 1000.0};
+    log.traces.push_back({"v", {1.0, 2.0, 3.0, 4.0}, {}, true, {}});
+    EXPECT_EQ(PolylinePointCounts(report::ToSvg(log)), (std::vector<size_t>{3}));
 
-TEST(Svg, OnlyPagesWithXAndPlottedValuesHaveAGraph) {
-    report::Page page;
-    page.traces.push_back({"v", {1.0}, {}, true, {}});
-    EXPECT_FALSE(report::HasGraph(page)); // operating point
-    page.x = {1.0};
-    EXPECT_TRUE(report::HasGraph(page));
-    page.traces[0].plotted = false;
-    EXPECT_FALSE(report::HasGraph(page));
+    report::Page op;
+    op.traces.push_back({"v", {1.0}, {}, true, {}});
+    EXPECT_FALSE(report::HasGraph(op)) << "an operating point";
+    op.x = {1.0};
+    EXPECT_TRUE(report::HasGraph(op));
+    op.traces[0].plotted = false;
+    EXPECT_FALSE(report::HasGraph(op));
 }
