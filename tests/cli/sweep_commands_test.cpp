@@ -31,32 +31,6 @@ private:
 };
 
 TEST_F(SweepFile, PlanPrintsEveryRequestInOrderAndChecksItsArguments) {
-    // A nested temperature sweep, hand-written under the TSWEEP label, runs in full for every
-    // outer value; one counter numbers the runs of both levels.
-    const Result nested =
-        Canal({"plan", "PSWEEP", "--settings",
-               Settings("PSWEEP",
-                        "DeviceSweep:list{Variation:int{1} Start:double{1000} "
-                        "Stop:double{2000} NumItems:double{2}} AnalysisType:int{3} "
-                        "InstToSweep:list{name:string{r1}} "
-                        "InstParamToSweep:list{name:string{resistance} value:double{1000}} "
-                        "TSWEEP:list{TemperatureSweep:list{Variation:int{3} List:array{250 350}} "
-                        "SweepType:int{2} AnalysisType:int{0}}")});
-    EXPECT_EQ(nested.err, "");
-    EXPECT_EQ(nested.out,
-              "param 2018 - - r1 resistance = 1000\n"
-              "exec: set temp = 250\nexec: op;\nexec: set temp = 350\nexec: op;\nexec: set -temp\n"
-              "param 2018 - - r1 resistance = 2000\n"
-              "exec: set temp = 250\nexec: op;\nexec: set temp = 350\nexec: op;\nexec: set -temp\n"
-              "param 2018 - - r1 resistance = 1000\n"
-              "log: Parameter Sweep\n"
-              "log:   SWEEP#1: r1[resistance]=1000\n"
-              "log:     TEMP=250: r1[resistance]=1000, Temperature=250\n"
-              "log:     TEMP=350: r1[resistance]=1000, Temperature=350\n"
-              "log:   SWEEP#4: r1[resistance]=2000\n"
-              "log:     TEMP=250: r1[resistance]=2000, Temperature=250\n"
-              "log:     TEMP=350: r1[resistance]=2000, Temperature=350\n"
-              "result: 1\n");
     EXPECT_NE(Canal({"plan", "--help"})
                   .out.find("TemperatureSweep:list{Variation:int{3} List:array{250 300.15 350}}\n"
                             "      SweepType:int{2} AnalysisType:int{0}}}"),

@@ -77,18 +77,10 @@ TEST(EngineDispatch, SplitsKeywordAndRecordAndRunsTheFirstExactMatchOnly) {
     EXPECT_EQ(engine.GetAnalysisEventSink(), nullptr);
 }
 
-TEST(Engine, NamesRawFilesAndServesCollectionsWithoutAnEngine) {
+TEST(Engine, NamesRawFilesByTheirNumber) {
     CASimulationEngine engine;
     EXPECT_EQ(engine.GetAllocFile(12), "____12.raw");
     EXPECT_EQ(engine.GetAllocFile(-1), "____4294967295.raw");
-
-    TestCollection analyses;
-    CASimulationEngine* shared = analyses.GetAsimEng();
-    EXPECT_EQ(TestCollection().GetAsimEng(), shared) << "one static engine for all";
-    analyses.SetAsimEng(&engine);
-    EXPECT_EQ(analyses.GetAsimEng(), &engine);
-    analyses.SetAsimEng(nullptr);
-    EXPECT_EQ(analyses.GetAsimEng(), shared);
 }
 
 namespace {

@@ -1,4 +1,4 @@
-// Locked lists: deferred removal, copying and walks that hold the lock.
+// Locked lists: deferred removal and walks that hold the lock.
 #include "platform/lists.h"
 
 #include <gtest/gtest.h>
@@ -47,23 +47,6 @@ TEST(CopiableSList, RemovalUnderTheRemovalLockIsDeferredUntilTheLastUnlock) {
     EXPECT_EQ(first.use_count(), 2);
     list.unlock_remove();
     EXPECT_EQ(first.use_count(), 1);
-}
-
-TEST(CopiableSList, CopiesOwnTheirElements) {
-    SelectableStringList a;
-    a.AddString("v(1)");
-    a.AddString("i(V1)", 0);
-    SelectableStringList b = a;
-    b[0].text = "v(2)";
-    b.Remove(1);
-    ASSERT_EQ(a.GetCount(), 2u);
-    EXPECT_EQ(a[0].text, "v(1)");
-    EXPECT_EQ(a[1].selected, 0);
-    a = b;
-    const SelectableStringList& alias = a;
-    a = alias;
-    ASSERT_EQ(a.GetCount(), 1u);
-    EXPECT_EQ(a[0].text, "v(2)");
 }
 
 TEST(CopiableSList, WalkHoldsTheLockAgainstOtherThreads) {

@@ -41,12 +41,8 @@ TEST(CMinMax, IsNullUntilTheFirstPointThenGrows) {
 
 TEST(CGrapherAxes, ResetEmptiesRangesClearsFlagAndUnsetsScales) {
     const CGrapherAxes fresh;
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_TRUE(fresh.GetRange(i).IsNull());
-        EXPECT_EQ(fresh.GetScale(i), 4);
-    }
-    EXPECT_EQ(fresh.GetFlag(), 0);
-
+    for (int i = 0; i < 4; ++i)
+        EXPECT_TRUE(fresh.GetRange(i).IsNull() && fresh.GetScale(i) == 4 && fresh.GetFlag() == 0);
     CGrapherAxes axes;
     axes.GetRange(0).Add(1.0);
     axes.GetRange(3).SetMax(1e6);
