@@ -73,13 +73,8 @@ TEST(ChartLog, TextIndentsEntriesUnderTheTitle) {
     log.AddEntry("explicit", 3);
     log.AddEntry("negative", -2);
 
-    EXPECT_EQ(log.ToText(), "Monte Carlo\n"
-                            "Nominal run\n"
-                            "  mean 1.5\n"
-                            "    sigma 0.25\n"
-                            "Run 1\n"
-                            "      explicit\n"
-                            "negative\n");
+    EXPECT_EQ(log.ToText(), "Monte Carlo\nNominal run\n  mean 1.5\n    sigma 0.25\nRun 1\n"
+                            "      explicit\nnegative\n");
     log.Indent();
     log.Clear();
     log.SetTitle("Worst case");
