@@ -109,8 +109,7 @@ TEST(ScriptCommand, SettingsFilesEditTheScriptAndNameWhatTheyCouldNotApply) {
 TEST(SettingsFile, UnusableSettingsAreUsageErrorsThatSayWhereAndWhy) {
     const canal_test::TempFolder files;
     const std::string absent = files.Path("absent.txt"), folder = files.Path("");
-    const std::string bad = files.Write("bad.txt", "AC:list{\n"
-                                                   "  ANALYSIS:list{FSTART:double{10}}\n"
+    const std::string bad = files.Write("bad.txt", "AC:list{\n  ANALYSIS:list{FSTART:double{10}}\n"
                                                    "  BAD:nosuchtype{1}}\n");
     const std::string open = files.Write("open.txt", "AC:list{\n  ANALYSIS:list{\n");
     const std::string empty = files.Write("empty.txt", " \n\t\n");
@@ -219,8 +218,7 @@ TEST(SetCommands, PropsScriptAndDescribeOfASavedSetWithItsRunList) {
               "    Horizontal axis scale: log\n    Horizontal axis range: 10 to 1e+06\n"
               "Temperature Sweep\n  Analysis settings\n    Swept quantity: Temperature\n"
               "    Sweep type: List\n      250\n      350\n"
-              "    Analysis at each value: DC operating point\n"
-              "    All traces on one page: Yes\n"
+              "    Analysis at each value: DC operating point\n    All traces on one page: Yes\n"
               "User Defined Analysis\n  Analysis settings\n"
               "Run Circuit Directly\n  Analysis settings\n");
     // By default every entry is written whole under its heading.

@@ -76,10 +76,8 @@ TEST(CSpiceNodeNameList, PersistsAndReadsBackThroughPropertyText) {
 TEST(CSpiceNodeNameList, ReadingSkipsMalformedNodesAndRefusesForeignItems) {
     const CPropertyItem item =
         FirstItemOf("Nodes:list{NODE:list{Name:string{a} Kind:int{1} Flags:int{256}} "
-                    "NODE:list{Name:int{5} Kind:int{0} Flags:int{0}} "
-                    "NODE:list{Kind:int{3}} "
-                    "NODE:string{b} "
-                    "OTHER:list{Name:string{x}} "
+                    "NODE:list{Name:int{5} Kind:int{0} Flags:int{0}} NODE:list{Kind:int{3}} "
+                    "NODE:string{b} OTHER:list{Name:string{x}} "
                     "NODE:list{Name:string{c} Flags:int{512} Extra:string{z}} "
                     "NODE:list{Name:string{d} Kind:double{1.5}}}");
 

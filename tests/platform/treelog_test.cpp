@@ -13,12 +13,8 @@ TEST(TreeCtrl, TextIndentsTwoBlanksPerLevelAndKeepsInsertionOrder) {
     tree.InsertItem("Output v(2)", 0, b);
     tree.InsertItem("Stop frequency 1e+10", 0, a);
 
-    EXPECT_EQ(tree.ToText(), "AC analysis\n"
-                             "  Start frequency 1\n"
-                             "    Points 10\n"
-                             "  Stop frequency 1e+10\n"
-                             "Noise\n"
-                             "  Output v(2)\n");
+    EXPECT_EQ(tree.ToText(), "AC analysis\n  Start frequency 1\n    Points 10\n"
+                             "  Stop frequency 1e+10\nNoise\n  Output v(2)\n");
     EXPECT_EQ(b->parent, nullptr) << "the root handle counts as top level";
 
     tree.DeleteAllItems();
@@ -35,8 +31,7 @@ TEST(TreeCtrl, JsonNestsChildrenAndEscapesText) {
 
     EXPECT_EQ(tree.ToJson(), "[{\"text\":\"say \\\"hi\\\"\\\\\",\"style\":2,\"children\":["
                              "{\"text\":\"line1\\nline2\\ttab\\u0001\",\"style\":0,\"children\":[]}"
-                             "]},"
-                             "{\"text\":\"5 \xc2\xb5s, bad \\ufffd byte, cut \\ufffd\\ufffd\","
+                             "]},{\"text\":\"5 \xc2\xb5s, bad \\ufffd byte, cut \\ufffd\\ufffd\","
                              "\"style\":4,\"children\":[]}]");
 }
 

@@ -111,9 +111,7 @@ TEST(TextReport, ChartColumnsAlignWithNumbersToTheRight) {
     report::Chart chart{"Fourier components",
                         {"harmonic", "magnitude", "unit"},
                         {{"1", "1.5", "V"}, {"10", "0.025", "mV"}}};
-    EXPECT_EQ(report::ChartToText(chart), "Fourier components\n"
-                                          "harmonic  magnitude  unit\n"
-                                          "-------------------------\n"
-                                          "       1        1.5  V\n"
+    EXPECT_EQ(report::ChartToText(chart), "Fourier components\nharmonic  magnitude  unit\n"
+                                          "-------------------------\n       1        1.5  V\n"
                                           "      10      0.025  mV\n");
 }
