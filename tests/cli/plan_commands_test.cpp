@@ -210,12 +210,6 @@ TEST(CompoundPlans, AnUnacceptableToleranceStopsThePlanBeforeAnyRequest) {
                              " are not acceptable: tolerance 2 (r2 resistance): Error: Tolerance "
                              "is less than or equal to zero.\n");
     }
-    // An absolute tolerance of a zero value, and 99.9%, are acceptable.
-    const std::string fine = tolerance("TolType:int{0} TolValue:double{3}", "0") +
-                             tolerance("TolValue:double{99.9}", "2000");
-    EXPECT_EQ(
-        Canal({"plan", "MONTE", "--settings", files.Write("ok", WcMc("MONTE", "", fine))}).status,
-        0);
 }
 
 } // namespace

@@ -259,16 +259,16 @@ TEST(CParamNodeList, ConvertsToAndFromNodeNameLists) {
     CSpiceNodeNameList names;
     names.AddName("v(in)", 3);
     EXPECT_EQ(list.addToNodeList(names, 5, CSpiceNodeName::Saved), 2);
-    ASSERT_EQ(names.GetCount(), 3u);
-    EXPECT_EQ(names[1], CSpiceNodeName("@r1[i]", 5, CSpiceNodeName::Saved));
-    EXPECT_EQ(names[2].GetName(), "@@dmod[is]");
+    EXPECT_EQ(names.toPropertyItem("N").GetField(),
+              "N:list{NODE:list{Name:string{v(in)} Kind:int{3} Flags:int{0}} "
+              "NODE:list{Name:string{@r1[i]} Kind:int{5} Flags:int{256}} "
+              "NODE:list{Name:string{@@dmod[is]} Kind:int{5} Flags:int{256}}}");
 
     names.AddName("@q1[ic]", 4, CSpiceNodeName::IPlot);
     CParamNodeList back;
     EXPECT_EQ(back.addFromNodeList(names, 5, 0), 2) << "kind 5 only; v(in) is no parameter";
     EXPECT_EQ(back.addFromNodeList(names, -1, CSpiceNodeName::IPlot), 1);
     ASSERT_EQ(back.GetCount(), 3u);
-    EXPECT_EQ(*back[1].node, CParamNode("dmod", "is", CParamNode::ModelParam));
-    EXPECT_EQ(back[2].node->toString(), "@q1[ic]");
+    EXPECT_EQ(back[1].node->toString() + " " + back[2].node->toString(), "@@dmod[is] @q1[ic]");
     EXPECT_EQ(back.addFromNodeList(names, 9, 0), 0);
 }

@@ -87,17 +87,17 @@ TEST(PropertyItem, StringsEscapeBracesAndBackslashes) {
 }
 
 TEST(PropertyItem, TypedGettersConvertAcrossTypes) {
-    EXPECT_EQ(CPropertyItem("s", "5").GetInt(), 5);
+    EXPECT_EQ(
+        std::vector<long>({CPropertyItem("s", "5").GetInt(), CPropertyItem("s", "2.6").GetInt(),
+                           CPropertyItem("s", "abc").GetInt(), CPropertyItem("b", true).GetInt(),
+                           CPropertyItem("d", 1e300).GetInt()}),
+        (std::vector<long>{5, 3, 0, 1, std::numeric_limits<long>::max()}));
     EXPECT_EQ(CPropertyItem("s", " 2.5e3 ").GetDouble(), 2500.0);
-    EXPECT_EQ(CPropertyItem("s", "2.6").GetInt(), 3);
-    EXPECT_EQ(CPropertyItem("s", "abc").GetInt(), 0);
     EXPECT_EQ(CPropertyItem("s", "true").GetBool(), CPropertyItem::PI_TRUE);
     EXPECT_EQ(CPropertyItem("i", 7).GetDouble(), 7.0);
     EXPECT_EQ(CPropertyItem("i", 7).GetString(), "7");
     EXPECT_EQ(CPropertyItem("d", 1e10).GetString(), "1e+10");
-    EXPECT_EQ(CPropertyItem("d", 1e300).GetInt(), std::numeric_limits<long>::max());
     EXPECT_EQ(CPropertyItem("d", 0.0).GetBool(), CPropertyItem::PI_FALSE);
-    EXPECT_EQ(CPropertyItem("b", true).GetInt(), 1);
     EXPECT_EQ(CPropertyItem("l", CPropertyList()).GetString(), "");
     EXPECT_EQ(CPropertyItem("i", 7).GetPropertyList().GetCount(), 0);
     EXPECT_EQ(CPropertyItem("i", 7).GetArrayCount(), 0);
