@@ -72,11 +72,6 @@ TEST(EngineDispatch, SplitsKeywordAndRecordAndRunsTheFirstExactMatchOnly) {
     EXPECT_EQ(g_seen,
               (std::vector<std::string>{"psweep#1|SweepType:int{1} Ac:list{FSTART:double{10}}|sink",
                                         "MONTE||sink", "MONTE|NumRuns:int{5}|sink"}));
-
-    TestCollection analyses;
-    EXPECT_EQ(engine.ExecuteCommand(&analyses, "monte NumRuns:int{5}"), 0);
-    EXPECT_EQ(engine.ExecuteCommand(&analyses, "  "), 0);
-    EXPECT_EQ(engine.GetAnalysisEventSink(), nullptr);
 }
 
 TEST(Engine, NamesRawFilesByTheirNumber) {
