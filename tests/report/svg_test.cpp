@@ -1,5 +1,9 @@
-// SVG plots: the exact document of a small plot, well-formed documents with one
-// polyline point per value, and no failure on NaN, empty, single-point or flat traces.
+// SVG plots and their axes: the exact document of a small plot, tick placement, labels and
+// fitted ranges, well-formed documents with one polyline point per value, no failure on NaN,
+// empty, single-point or flat traces, and histograms.
+#include "report/axis.h"
+#include "report/histogram.h"
+#include "report/numbers.h"
 #include "report/svg.h"
 
 #include <gtest/gtest.h>
@@ -124,17 +128,29 @@ TEST(Svg, SmallPlotIsDrawnExactly) {
 }
 
 TEST(Svg, AcPlotIsWellFormedWithOnePointPerValueInBothPanels) {
-    std::string svg = report::ToSvg(AcPage(61));
+    const std::string svg = report::ToSvg(AcPage(61));
     EXPECT_EQ(TagBalanceProblem(svg), "");
-    EXPECT_EQ(svg.rfind("<?xml", 0), 0u);
     EXPECT_EQ(PolylinePointCounts(svg), (std::vector<size_t>{61, 61})); // magnitude, phase
-    EXPECT_NE(svg.find("AC &lt;sweep&gt; &amp; more"), std::string::npos);
-    EXPECT_NE(svg.find("magnitude (dB)"), std::string::npos);
-    EXPECT_NE(svg.find("phase (deg)"), std::string::npos);
-    EXPECT_NE(svg.find("frequency (Hz)"), std::string::npos);
-    EXPECT_NE(svg.find(">1k</text>"), std::string::npos); // decade label in engineering form
-    EXPECT_NE(svg.find(">1M</text>"), std::string::npos);
-    EXPECT_NE(svg.find(">-90</text>"), std::string::npos); // phase ticks on whole angles
+    // Decade labels in engineering form, phase ticks on whole angles.
+    for (const char* text : {"AC &lt;sweep&gt; &amp; more", ">magnitude (dB)<", ">phase (deg)<",
+                             ">frequency (Hz)<", ">1k</text>", ">1M</text>", ">-90</text>"})
+        EXPECT_NE(svg.find(text), std::string::npos) << text;
+
+    // Third-order low pass: the phase passes -180 degrees, which atan2 wraps to +180.
+    report::Page page;
+    page.xName = "frequency";
+    report::Trace t{"v(out)", {}, {}, true, {}};
+    for (int i = 0; i <= 40; ++i) {
+        const double w = std::pow(10.0, -2.0 + i * 0.1);
+        const std::complex<double> h = 1.0 / std::pow(std::complex<double>(1.0, w), 3);
+        page.x.push_back(w);
+        t.re.push_back(h.real());
+        t.im.push_back(h.imag());
+    }
+    page.traces.push_back(t);
+    const std::string phase = report::ToSvg(page);
+    EXPECT_NE(phase.find(">-270</text>"), std::string::npos) << "no wrap jump";
+    EXPECT_EQ(phase.find(">180</text>"), std::string::npos);
 }
 
 TEST(Svg, NanEmptySinglePointAndFlatTracesStillGiveAValidPlot) {
@@ -144,47 +160,25 @@ TEST(Svg, NanEmptySinglePointAndFlatTracesStillGiveAValidPlot) {
     page.traces.push_back({"gappy", {1.0, NAN, 2.0, INFINITY, 3.0}, {}, true, {}});
     page.traces.push_back({"empty", {}, {}, true, {}});
     page.traces.push_back({"flat", {5.0, 5.0, 5.0, 5.0, 5.0}, {}, true, {}});
-    std::string svg = report::ToSvg(page);
+    const std::string svg = report::ToSvg(page);
     EXPECT_EQ(TagBalanceProblem(svg), "");
     // "gappy" breaks into three runs of one point, "flat" is one run of five.
     EXPECT_EQ(PolylinePointCounts(svg), (std::vector<size_t>{1, 1, 1, 5}));
-    EXPECT_EQ(svg.find("nan"), std::string::npos);
-    EXPECT_EQ(svg.find("voltage (V)"), std::string::npos); // no common quantity
-    EXPECT_EQ(svg.find("inf"), std::string::npos);
+    for (const char* absent : {"nan", "inf", "voltage (V)"}) // no common quantity
+        EXPECT_EQ(svg.find(absent), std::string::npos) << absent;
 
     report::Page single;
-    single.xName = "time";
     single.x = {2.0};
     single.traces.push_back({"one", {0.0}, {}, true, {}});
-    std::string one = report::ToSvg(single);
+    const std::string one = report::ToSvg(single);
     EXPECT_EQ(TagBalanceProblem(one), "");
     EXPECT_NE(one.find("<circle"), std::string::npos);
 
-    report::Page nothing;
-    nothing.x = {1.0, 2.0};
-    nothing.traces.push_back({"all nan", {NAN, NAN}, {}, true, {}});
-    std::string none = report::ToSvg(nothing);
+    single.traces[0].re = {NAN};
+    const std::string none = report::ToSvg(single);
     EXPECT_EQ(TagBalanceProblem(none), "");
     EXPECT_TRUE(PolylinePointCounts(none).empty());
     EXPECT_NE(none.find("no data"), std::string::npos);
-}
-
-TEST(Svg, PhaseIsPlottedWithoutWrapJumps) {
-    // Third-order low pass: the phase passes -180 degrees, which atan2 wraps to +180.
-    report::Page page;
-    page.xName = "frequency";
-    report::Trace t{"v(out)", {}, {}, true, {}};
-    for (int i = 0; i <= 40; ++i) {
-        double w = std::pow(10.0, -2.0 + i * 0.1);
-        std::complex<double> h = 1.0 / std::pow(std::complex<double>(1.0, w), 3);
-        page.x.push_back(w);
-        t.re.push_back(h.real());
-        t.im.push_back(h.imag());
-    }
-    page.traces.push_back(t);
-    std::string svg = report::ToSvg(page);
-    EXPECT_NE(svg.find(">-270</text>"), std::string::npos);
-    EXPECT_EQ(svg.find(">180</text>"), std::string::npos);
 }
 
 TEST(Svg, LegendShortensLongNamesAndCountsTheTracesThatDoNotFit) {
@@ -202,16 +196,6 @@ TEST(Svg, LegendShortensLongNamesAndCountsTheTracesThatDoNotFit) {
     EXPECT_NE(legend.find(">... and 8 more</text>"), std::string::npos) << legend;
 }
 
-TEST(Svg, LegendNamesTheSweptValuesUnderTheVariableTheyShare) {
-    report::Page page;
-    page.x = {0.0, 1.0};
-    for (const char* label : {"v(out), Temperature=273.15", "v(out), Temperature=358.15"})
-        page.traces.push_back({label, {0, 1}, {}, true, {}});
-    const std::string legend = report::ToSvg(page).substr(report::ToSvg(page).find("legend"));
-    EXPECT_NE(legend.find("font-weight=\"bold\">v(out)</text>"), std::string::npos) << legend;
-    EXPECT_NE(legend.find(">Temperature=358.15</text>"), std::string::npos) << legend;
-}
-
 TEST(Svg, RunsOfAStatisticalAnalysisAreASampledBackgroundBehindTheNominalAndWorstRuns) {
     report::Page page;
     page.xName = "time";
@@ -225,13 +209,12 @@ TEST(Svg, RunsOfAStatisticalAnalysisAreASampledBackgroundBehindTheNominalAndWors
     EXPECT_EQ(TagBalanceProblem(svg), "");
     EXPECT_EQ(PolylinePointCounts(svg).size(), 102u);
     // Drawn over the background: the nominal and the worst run come last.
-    const std::string traces = svg.substr(0, svg.find("<g class=\"legend\">"));
-    EXPECT_GT(traces.find("stroke=\"#222222\" stroke-width=\"2.4\""),
-              traces.rfind("stroke=\"#aab4c0\""));
-    const std::string legend = svg.substr(svg.find("<g class=\"legend\">"));
-    EXPECT_NE(legend.find(">Nominal</text>"), std::string::npos);
-    EXPECT_NE(legend.find(">Worst</text>"), std::string::npos);
-    EXPECT_NE(legend.find(">150 others, 100 drawn</text>"), std::string::npos);
+    const size_t legendAt = svg.find("<g class=\"legend\">");
+    EXPECT_GT(svg.rfind("stroke=\"#222222\" stroke-width=\"2.4\"", legendAt),
+              svg.rfind("stroke=\"#aab4c0\"", legendAt));
+    const std::string legend = svg.substr(legendAt);
+    for (const char* text : {">Nominal</text>", ">Worst</text>", ">150 others, 100 drawn</text>"})
+        EXPECT_NE(legend.find(text), std::string::npos) << text;
     EXPECT_EQ(legend.find("Run #"), std::string::npos);
 }
 
@@ -257,7 +240,7 @@ TEST(Svg, PointsSharingAPixelColumnKeepTheirEnvelope) {
     EXPECT_LT(top, 100.0);
 }
 
-TEST(Svg, VerticalTitleNamesTheCommonQuantity) {
+TEST(Svg, AxesNameTheCommonQuantityAndOnlyPlottedValuesOverXMakeAGraph) {
     report::Page page;
     page.xName = "time";
     page.x = {0.0, 1.0};
@@ -270,23 +253,168 @@ TEST(Svg, VerticalTitleNamesTheCommonQuantity) {
     EXPECT_NE(report::ToSvg(page).find(">current (A)</text>"), std::string::npos);
     page.yAxis.label = "amps";
     EXPECT_NE(report::ToSvg(page).find(">amps</text>"), std::string::npos);
+
+    // A log axis drops values that have no logarithm.
+    report::Page log;
+    log.xAxis.scale = "log";
+    log.x = {0.0, 10.0, 100.0, 1000.0};
+    log.traces.push_back({"v", {1.0, 2.0, 3.0, 4.0}, {}, true, {}});
+    EXPECT_EQ(PolylinePointCounts(report::ToSvg(log)), (std::vector<size_t>{3}));
+
+    report::Page op;
+    op.traces.push_back({"v", {1.0}, {}, true, {}});
+    EXPECT_FALSE(report::HasGraph(op)) << "an operating point";
+    op.x = {1.0};
+    EXPECT_TRUE(report::HasGraph(op));
+    op.traces[0].plotted = false;
+    EXPECT_FALSE(report::HasGraph(op));
 }
 
-TEST(Svg, LogAxisDropsValuesThatHaveNoLogarithm) {
-    report::Page page;
-    page.xName = "frequency";
-    page.xAxis.scale = "log";
-    page.x = {0.0, 10.0, 100.0, 1000.0};
-    page.traces.push_back({"v", {1.0, 2.0, 3.0, 4.0}, {}, true, {}});
-    EXPECT_EQ(PolylinePointCounts(report::ToSvg(page)), (std::vector<size_t>{3}));
+TEST(Histogram, BinsAreAboutTheRootOfTheCountWideAndTheLargestValueClosesTheLast) {
+    struct Case {
+        std::vector<double> values;
+        std::vector<size_t> counts;
+        double lo, width;
+    };
+    std::vector<double> hundred;
+    for (int i = 0; i < 100; ++i)
+        hundred.push_back(i);
+    const Case cases[] = {
+        {{}, {}, 0.0, 1.0},
+        {{2, 2, 2}, {3}, 1.9, 0.2},                   // alike: one bar a tenth of the value wide
+        {{0, 1, NAN, 10}, {2, 0, 0, 0, 1}, 0.0, 2.0}, // at least five bins; NaN left out
+        {hundred, std::vector<size_t>(10, 10), 0.0, 9.9},
+    };
+    for (const Case& c : cases) {
+        const report::Bins bins = report::MakeBins(c.values);
+        EXPECT_EQ(bins.counts, c.counts) << c.values.size();
+        EXPECT_DOUBLE_EQ(bins.lo, c.lo);
+        EXPECT_DOUBLE_EQ(bins.width, c.width);
+    }
 }
 
-TEST(Svg, OnlyPagesWithXAndPlottedValuesHaveAGraph) {
-    report::Page page;
-    page.traces.push_back({"v", {1.0}, {}, true, {}});
-    EXPECT_FALSE(report::HasGraph(page)); // operating point
-    page.x = {1.0};
-    EXPECT_TRUE(report::HasGraph(page));
-    page.traces[0].plotted = false;
-    EXPECT_FALSE(report::HasGraph(page));
+TEST(Histogram, PlotMarksTheMeanTheSpreadAndTheNominalAndWorstValues) {
+    report::Histogram h{"MAX of v(out)", "V", {0.9, 1.0, 1.0, 1.1, 1.2}, 1.04, 0.1};
+    h.hasNominal = true;
+    h.nominal = 1.0;
+    h.hasWorst = true;
+    h.worst = 1.2;
+    const std::string svg = report::HistogramToSvg(h);
+    // Five bins 0.06 wide: 1, 2, 0, 1 and 1 values; the empty one draws no bar.
+    const std::string bars = svg.substr(svg.find("<g class=\"bars\""));
+    EXPECT_EQ(std::count_if(bars.begin(), bars.begin() + bars.find("</g>"),
+                            [](char c) { return c == '/'; }),
+              4);
+    for (const char* label : {">Distribution of MAX of v(out)</text>", ">5 valid runs</text>",
+                              ">MAX of v(out) (V)</text>", ">mean 1.04 V</text>",
+                              ">mean \xC2\xB1 sigma, sigma 100 mV</text>", ">nominal 1 V</text>",
+                              ">worst 1.2 V</text>"})
+        EXPECT_NE(svg.find(label), std::string::npos) << label;
+    // Mean, both sigma lines, nominal and worst.
+    const std::string markers = svg.substr(svg.find("<g class=\"markers\""));
+    const std::string lines = markers.substr(0, markers.find("</g>"));
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '<'), 6);
+    const std::regex dashed("dasharray");
+    EXPECT_EQ(std::distance(std::sregex_iterator(lines.begin(), lines.end(), dashed),
+                            std::sregex_iterator()),
+              2)
+        << "mean - sigma and mean + sigma";
+}
+
+namespace {
+
+std::vector<double> Values(const std::vector<report::Tick>& ticks, bool majorOnly = false) {
+    std::vector<double> values;
+    for (const auto& t : ticks)
+        if (t.major || !majorOnly)
+            values.push_back(t.value);
+    return values;
+}
+
+} // namespace
+
+TEST(Axis, LogTicksSitAtDecadesWithMinorTicksBetween) {
+    const auto ticks = report::LogTicks(1.0, 1e4);
+    EXPECT_EQ(Values(ticks, true), (std::vector<double>{1, 10, 100, 1e3, 1e4}));
+    EXPECT_EQ(ticks.size(), 5u + 4u * 8u);                      // 2..9 in each of the four decades
+    EXPECT_EQ(report::LogTicks(1.0, 1e5).size(), 6u + 5u * 8u); // minor ticks up to six decades
+    EXPECT_EQ(report::LogTicks(1.0, 1e6).size(), 7u);           // and none beyond
+    EXPECT_EQ(ticks.front().label + " " + ticks.back().label, "1 10k");
+    // Twenty decades: every third one is labelled, and nothing between.
+    const auto wide = report::LogTicks(1e-12, 1e8);
+    ASSERT_EQ(wide.size(), 7u);
+    for (size_t i = 0; i < wide.size(); ++i)
+        EXPECT_NEAR(std::log10(wide[i].value), -12.0 + 3.0 * static_cast<double>(i), 1e-9);
+    // Inside one decade: 1-2-5 ticks.
+    EXPECT_EQ(Values(report::LogTicks(15.0, 90.0)), (std::vector<double>{20.0, 50.0}));
+}
+
+TEST(Axis, LinearTicksAreOneTwoFiveSteps) {
+    const auto ticks = report::LinearTicks(0.0, 1e-3);
+    ASSERT_GE(ticks.size(), 2u);
+    EXPECT_EQ(ticks.front().label + " " + ticks[1].label + " " + ticks.back().label, "0 200u 1m");
+    EXPECT_NEAR(ticks[1].value - ticks[0].value, 2e-4, 1e-12);
+    const auto negative = report::LinearTicks(-7.0, 3.0);
+    EXPECT_EQ(negative.front().label + " " + negative.back().label, "-6 2");
+    EXPECT_TRUE(report::LinearTicks(1.0, 1.0).empty());
+    EXPECT_TRUE(report::LinearTicks(NAN, 1.0).empty());
+
+    // Six ticks over these spans want steps of 1.4, 1.6, 3, 4, 7 and 8: each lands
+    // on the 1-2-5 step its side of a boundary (1.5, 3.5, 7.5) gives.
+    const std::pair<double, double> spansAndSteps[] = {{8.4, 1.0},  {9.6, 2.0},  {18.0, 2.0},
+                                                       {24.0, 5.0}, {42.0, 5.0}, {48.0, 10.0}};
+    for (const auto& [span, wanted] : spansAndSteps) {
+        const auto spanTicks = report::LinearTicks(0.0, span);
+        ASSERT_GE(spanTicks.size(), 2u) << span;
+        EXPECT_EQ(spanTicks[1].value - spanTicks[0].value, wanted) << span;
+    }
+}
+
+TEST(Axis, FitScaleTakesAUsableRangeElseRoundsTheDataOut) {
+    const auto fit = [](report::Scale s, std::vector<double> data, const report::Axis* axis,
+                        bool round, int ticks = 5) {
+        report::FitScale(s, {&data}, axis, round, ticks);
+        return s;
+    };
+    const auto ends = [](const report::Scale& s) { return std::make_pair(s.lo, s.hi); };
+    report::Axis ranged;
+    ranged.hasRange = true;
+    ranged.min = 2.0;
+    ranged.max = 5.0;
+    EXPECT_EQ(ends(fit({}, {0.13, 0.87}, &ranged, true)), std::make_pair(2.0, 5.0));
+    const report::Scale rounded = fit({}, {0.13, 0.87}, nullptr, true); // whole steps of 0.1
+    EXPECT_NEAR(rounded.lo, 0.1, 1e-15);
+    EXPECT_NEAR(rounded.hi, 0.9, 1e-15);
+    const report::Scale exact = fit({}, {0.13, 0.87}, nullptr, false);
+    EXPECT_EQ(ends(exact), std::make_pair(0.13, 0.87));
+    EXPECT_DOUBLE_EQ(exact.Frac(0.5), 0.5);
+    EXPECT_EQ(ends(fit({}, {5.0, 5.0}, nullptr, false)), std::make_pair(4.5, 5.5));
+    EXPECT_EQ(ends(fit({}, {0.0}, nullptr, false)), std::make_pair(-1.0, 1.0));
+    EXPECT_EQ(ends(fit({}, {NAN}, nullptr, true)), std::make_pair(0.0, 1.0));
+
+    ranged.min = 0.0; // no logarithm: the data decide
+    const report::Scale log = fit({.log = true}, {5.0, 5.0}, &ranged, true);
+    EXPECT_NEAR(log.lo, 1.0, 1e-12); // 5 / sqrt(10) and 5 * sqrt(10), out to decades
+    EXPECT_NEAR(log.hi, 100.0, 1e-12);
+    EXPECT_FALSE(log.Usable(0.0));
+    EXPECT_DOUBLE_EQ(log.Frac(10.0), 0.5);
+    EXPECT_EQ(ends(fit({.degrees = true}, {-170.0, 10.0}, nullptr, true, 4)), // steps of 45
+              std::make_pair(-180.0, 45.0));
+}
+
+TEST(Numbers, EngineeringLabelsAndFullPrecision) {
+    using report::FormatEngineering;
+    EXPECT_EQ(FormatEngineering(0.0025) + " " + FormatEngineering(47000) + " " +
+                  FormatEngineering(1e6) + " " + FormatEngineering(-1.5e-9) + " " +
+                  FormatEngineering(999.99, 3) + " " + FormatEngineering(1e21) + " " +
+                  FormatEngineering(NAN),
+              "2.5m 47k 1M -1.5n 1k 1e+21 nan");
+    EXPECT_EQ(report::FormatFull(0.1) + " " + report::FormatFull(-INFINITY) + " " +
+                  report::FormatShort(1e10),
+              "0.10000000000000001 -inf 1e+10");
+    // With a unit the prefix moves to it.
+    EXPECT_EQ(report::FormatQuantity(0.01234, "V") + ", " + report::FormatQuantity(1.126, "V") +
+                  ", " + report::FormatQuantity(0.0, "A") + ", " +
+                  report::FormatQuantity(3.5e-6, ""),
+              "12.34 mV, 1.126 V, 0 A, 3.5u");
 }

@@ -1,5 +1,6 @@
-// The plans of worst case, Monte Carlo, noise figure and trace width: exact requests and
-// logs, seeds that repeat a run, and tolerances refused before any request.
+// The plan command on sweeps and compound analyses: exact requests and logs, its checks,
+// seeds that repeat a run, tolerances refused before any request; and props, script and
+// describe of both sweep nicknames.
 #include "canal_run.h"
 
 #include <gtest/gtest.h>
@@ -11,6 +12,102 @@ namespace {
 
 using canal_test::Canal;
 using canal_test::Result;
+
+// One saved and plotted output variable: what every sweep needs to be simulated.
+const std::string kNodes =
+    "NODES:list{Nodes:list{NODE:list{Name:string{v(out)} Kind:int{3} Flags:int{768}}}} ";
+
+class SweepFile : public ::testing::Test {
+protected:
+    /// A settings file of `nickname` with the output variable and the ANALYSIS body given.
+    std::string Settings(const std::string& nickname, const std::string& analysis) {
+        return files_.Write(nickname + std::to_string(++written_),
+                            nickname + ":list{\n  " + kNodes + "\n  ANALYSIS:list{" + analysis +
+                                "}}\n");
+    }
+
+private:
+    canal_test::TempFolder files_;
+    int written_ = 0;
+};
+
+TEST_F(SweepFile, PlanPrintsEveryRequestInOrderAndChecksItsArguments) {
+    EXPECT_NE(Canal({"plan", "--help"})
+                  .out.find("TemperatureSweep:list{Variation:int{3} List:array{250 300.15 350}}\n"
+                            "      SweepType:int{2} AnalysisType:int{0}}}"),
+              std::string::npos);
+
+    const Result bare = Canal({"plan", "PSWEEP"});
+    EXPECT_EQ(bare.status, 1);
+    EXPECT_EQ(bare.err, "canal: plan: Parameter Sweep cannot be simulated: Output variables "
+                        "must be specified before\nperforming a simulation.\n");
+    const std::string path = Settings("TSWEEP", "");
+    // The default linear walk (start = stop = 0) reads back as one point, so the sweep runs
+    // once at 0 and then puts back what its parameter held.
+    EXPECT_EQ(Canal({"plan", "TSWEEP", "--settings", path, "--seed", "42"}).out,
+              "param 2018 - - - - = 0\nexec: -param hrange 0 0.001; tran  -env-options 0.001 "
+              "0.001 0 0.001 auto_ic auto_tstep auto_tmax \nparam 2018 - - - - = \n"
+              "log: Temperature Sweep\nlog:   SWEEP#1: []=0\nresult: 1\n");
+    for (const char* seed : {"-1", "x", "", "18446744073709551616"}) {
+        const Result bad = Canal({"plan", "TSWEEP", "--settings", path, "--seed", seed});
+        EXPECT_EQ(bad.status, 2);
+        EXPECT_EQ(bad.err, std::string("canal: plan: --seed needs an integer from 0 to "
+                                       "18446744073709551615, not \"") +
+                               seed + "\"\n");
+    }
+    EXPECT_EQ(Canal({"plan", "PostProc"}).status, 2);
+    EXPECT_EQ(Canal({"plan", "psweep"}).status, 2);
+    // A plain analysis: one request per statement.
+    EXPECT_EQ(Canal({"plan", "AC", "--settings", Settings("AC", "")}).out,
+              "exec: -param vscale log\nexec: -param hscale log\nexec: -param hrange 1 1e+10\n"
+              "exec: ac  -env-options dec 10 1 1e+10\nresult: 1\n");
+}
+
+// The record of a fresh sweep: every variation an empty list, an instance sweep with a
+// transient at each value, all traces on one page.
+const char* const kFreshRecord =
+    "DeviceSweep:list{Variation:int{1} Start:double{0} Stop:double{0} NumItems:double{0} "
+    "List:array{}} "
+    "ModelSweep:list{Variation:int{1} Start:double{0} Stop:double{0} NumItems:double{0} "
+    "List:array{}} "
+    "TemperatureSweep:list{Variation:int{1} Start:double{0} Stop:double{0} NumItems:double{0} "
+    "List:array{}} SweepType:int{0} AnalysisType:int{2} InstToSweep:list{isinst:int{1}} "
+    "ModelToSweep:list{isinst:int{0}} InstParamToSweep:list{} ModelParamToSweep:list{} "
+    "Ac:list{VARIATION:string{dec} NPOINTS_PER_VARIATION:double{10} FSTART:double{1} "
+    "FSTOP:double{1e+10} vscale:int{1} hscale:int{1} hrange:double{1} hrange:double{1e+10}} "
+    "Tran:list{TSTEP:string{calculate} TSTOP:double{0.001} TSTART:double{0} "
+    "TMAX:string{calculate} USE_AUTO_TIME_STEP:int{0} IC:string{auto_ic}} GroupTraces:int{1}";
+
+TEST(SweepCommands, PropsScriptAndDescribeOfBothNicknames) {
+    for (const std::string nickname : {"PSWEEP", "TSWEEP"}) {
+        SCOPED_TRACE(nickname);
+        const Result props = Canal({"props", nickname});
+        EXPECT_EQ(props.status, 0) << props.err;
+        EXPECT_EQ(props.out,
+                  nickname +
+                      ":list{NODES:list{IncrPlot:int{1} NodeFilterSelected:int{0} "
+                      "NodeFilterUnselected:int{0} ShowAtEnd:int{1} Mode:int{0} UserNodes:list{} "
+                      "Nodes:list{} WantCheckNodes:int{1}} ANALYSIS:list{" +
+                      kFreshRecord +
+                      "} ANALYSIS_ID:int{0} PLOT_TITLE:string{} MAX_POINTS:int{128000} "
+                      "DISCARD_PLOTS:int{1} READABLE_NAME:string{} RAWFILE_NAME:string{} "
+                      "ORVO_OPT:list{5:list{IsEnabled:int{1} trtol:double{7}} "
+                      "12:list{IsEnabled:int{1} itl4:int{100}} "
+                      "33:list{IsEnabled:int{1} convlimit:flag{}} "
+                      "37:list{IsEnabled:int{1} rshunt:double{1e+12}}} USE_ORVO_OPT:int{1} "
+                      "VLT_ORVO_OPT:int{1}}\n");
+
+        const std::string keyword = nickname == "PSWEEP" ? "psweep" : "tsweep";
+        EXPECT_EQ(Canal({"script", nickname, "--mask", "1"}).out,
+                  "orvo " + keyword + " " + kFreshRecord + "; \n");
+        EXPECT_EQ(Canal({"script", nickname, "--mask", "17"}).out,
+                  "begin-scope page ; orvo " + keyword + " " + kFreshRecord + "; ; end-scope \n");
+    }
+    // The whole request is one statement of the script, and so one line.
+    EXPECT_NE(Canal({"describe", "PSWEEP"})
+                  .out.find(std::string("\n    orvo psweep ") + kFreshRecord + "\n"),
+              std::string::npos);
+}
 
 /// A worst-case or Monte Carlo settings file: operating points of v(out), `keys`, tolerances.
 std::string WcMc(const std::string& nickname, const std::string& keys,
@@ -35,7 +132,8 @@ TEST(CompoundPlans, PrintTheExactRequestsAndResultLogs) {
         std::string plan;
     };
     // The stand-in produces no data: nothing is measured, the nominal run stands as the worst,
-    // statistics are 0 over the fixed divisor, and the noise figure has no result.
+    // statistics are 0 over the fixed divisor, and the noise figure has no result, so the
+    // plan fails.
     const Case cases[] = {
         {"MONTE", WcMc("MONTE", "NumRuns:int{2}", kTolerance), "42", 0,
          nominal + "param 2018 - - r1 resistance = 1021.57\nexec: op;\n" +
@@ -55,15 +153,6 @@ TEST(CompoundPlans, PrintTheExactRequestsAndResultLogs) {
              "log:   Run #2: no valid measurement\nlog:     r1 resistance = 979.086\n"
              "log:   Worst: no valid measurement\nlog:     If Worst Run is equal to Nominal Run\n"
              "log:     r1 resistance = 1000\nresult: 1\n"},
-        // Nominal, the simulator's DC sensitivity of v(out), then the worst run.
-        {"WORST", WcMc("WORST", "Filter:int{0}", kTolerance), "", 0,
-         nominal + "exec: sens  -env-options v(out,$0) \n" + nominal +
-             "log: Worst Case Results\nlog: Output variable: v(out)\nlog: Function: MAX\n"
-             "log: Nominal Run: no valid measurement\nlog: Worst Case Run: no valid measurement\n"
-             "log: Sensitivity\nlog:   DC operating point for all devices:\n"
-             "log:     r1 resistance: no sensitivity: stays nominal\n"
-             "log: Tolerance changes needed to achieve worst case:\n"
-             "log:   r1 resistance unchanged from 1000 (100% of nominal)\nresult: 1\n"},
         {"NOISE_FIGURE",
          "NOISE_FIGURE:list{ANALYSIS:list{OutputNode:string{out} InputRefSource:string{vin}}}", "",
          1,
@@ -72,11 +161,6 @@ TEST(CompoundPlans, PrintTheExactRequestsAndResultLogs) {
          "log: Unable to produce a result: both input and output noise sources are zero\n"
          "log: Output noise (onoise_spectrum): 0\nlog: Input-referred noise (inoise_spectrum): 0\n"
          "result: 0\n"},
-        {"TRACEWIDTH",
-         "TRACEWIDTH:list{ANALYSIS:list{Tran:list{TSTOP:double{0.002}} TraceWeight:double{2}}}", "",
-         0,
-         "exec: -param hrange 0 0.002; tran  -env-options 0.002 0.002 0 0.002 auto_ic "
-         "auto_tstep auto_tmax \nlog: Trace Width Results\nresult: 1\n"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.nickname);
@@ -126,12 +210,6 @@ TEST(CompoundPlans, AnUnacceptableToleranceStopsThePlanBeforeAnyRequest) {
                              " are not acceptable: tolerance 2 (r2 resistance): Error: Tolerance "
                              "is less than or equal to zero.\n");
     }
-    // An absolute tolerance of a zero value, and 99.9%, are acceptable.
-    const std::string fine = tolerance("TolType:int{0} TolValue:double{3}", "0") +
-                             tolerance("TolValue:double{99.9}", "2000");
-    EXPECT_EQ(
-        Canal({"plan", "MONTE", "--settings", files.Write("ok", WcMc("MONTE", "", fine))}).status,
-        0);
 }
 
 } // namespace
