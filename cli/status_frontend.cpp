@@ -10,8 +10,8 @@
 
 namespace cli {
 
-StatusLine::StatusLine(std::ostream& err, bool terminal)
-    : err_(err), terminal_(terminal), start_(std::chrono::steady_clock::now()) {
+StatusLine::StatusLine(std::ostream& err, bool terminal, std::chrono::milliseconds quiet)
+    : err_(err), terminal_(terminal), quiet_(quiet), start_(std::chrono::steady_clock::now()) {
 }
 
 StatusLine::~StatusLine() {
@@ -24,10 +24,20 @@ bool StatusLine::IsTerminal(const std::ostream& err) {
 
 void StatusLine::Update(const std::string& text) {
     text_ = text;
-    if (!terminal_ && std::chrono::steady_clock::now() - start_ < std::chrono::milliseconds(500))
+    if (!terminal_) {
+        // A carriage return would glue the status to whatever the log holds next.
+        const auto now = std::chrono::steady_clock::now();
+        if (now - start_ < quiet_ ||
+            (lastLine_ != decltype(lastLine_){} && now - lastLine_ < std::chrono::seconds(1)))
+            return;
+        lastLine_ = now;
+        std::string line = text;
+        std::replace(line.begin(), line.end(), '\n', ' ');
+        err_ << line << '\n' << std::flush;
         return;
+    }
     std::string line = text;
-    if (terminal_ && total_ > 0) {
+    if (total_ > 0) {
         const std::chrono::duration<double> since = std::chrono::steady_clock::now() - countStart_;
         line = ProgressText(since.count()) + "  " + text;
     }

@@ -10,12 +10,14 @@
 
 namespace cli {
 
-/// A status line on the error stream, rewritten in place with a carriage
-/// return. It shows when the stream is a terminal, or once the work has taken
-/// longer than half a second, so quick runs in scripts stay quiet.
+/// A status line on the error stream. On a terminal it is rewritten in place with a carriage
+/// return. Elsewhere (a log file, a pipe) the texts go as whole lines, at most one a second and
+/// only once the work has taken longer than `quiet`, so quick runs in scripts stay silent and a
+/// log of a long run shows its progress without control characters.
 class StatusLine {
 public:
-    StatusLine(std::ostream& err, bool terminal);
+    StatusLine(std::ostream& err, bool terminal,
+               std::chrono::milliseconds quiet = std::chrono::milliseconds(500));
     ~StatusLine();
     StatusLine(const StatusLine&) = delete;
     StatusLine& operator=(const StatusLine&) = delete;
@@ -36,9 +38,11 @@ public:
 private:
     std::ostream& err_;
     bool terminal_;
+    std::chrono::milliseconds quiet_;
     std::chrono::steady_clock::time_point start_;
-    size_t shown_ = 0; ///< length of the text on the line now
-    std::string text_; ///< the last status text, shown after the bar
+    std::chrono::steady_clock::time_point lastLine_; ///< of a whole line, for its throttle
+    size_t shown_ = 0;                               ///< length of the text on the line now
+    std::string text_;                               ///< the last status text, shown after the bar
     size_t done_ = 0;
     size_t total_ = 0;
     std::chrono::steady_clock::time_point countStart_;
